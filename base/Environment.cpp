@@ -1,0 +1,13 @@
+#include "base/Environment.h"
+
+namespace environment {
+
+std::string dataDirectory() {
+    return "/data/system/korvi_system";
+}
+
+time_t now() {
+    return time(nullptr);
+}
+
+}  // namespace environment

@@ -1,0 +1,53 @@
+# How everything is compiled. KSBRAIN_SANITIZE takes a list for -fsanitize ("thread",
+# "address,undefined").
+
+if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "ksbrain is built with Clang and libc++: configure with -DCMAKE_CXX_COMPILER=clang++")
+endif()
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
+
+# libc++ everywhere: the event record is shared with the host in its layout. Scores are rounded after
+# every operation, so that every machine gives the same bits.
+add_compile_options(-stdlib=libc++ -ffp-contract=off)
+add_link_options(-stdlib=libc++ -fuse-ld=lld)
+
+set(KSBRAIN_SANITIZE "" CACHE STRING "sanitizers to build with, as for -fsanitize")
+if(KSBRAIN_SANITIZE)
+    add_compile_options(-fsanitize=${KSBRAIN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${KSBRAIN_SANITIZE})
+    if(KSBRAIN_SANITIZE MATCHES "undefined")
+        add_compile_options(-fno-sanitize=vptr,function)  # both need run-time type information
+        add_link_options(-fno-sanitize=vptr,function)
+    endif()
+endif()
+
+set(KSBRAIN_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wthread-safety -Werror)
+
+# ksbrain_library(NAME SOURCES...): a static library of the engine's, without exceptions and run-time
+# type information.
+function(ksbrain_library name)
+    add_library(${name} STATIC ${ARGN})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_compile_options(${name} PRIVATE ${KSBRAIN_WARNINGS} -fno-exceptions -fno-rtti)
+endfunction()
+
+# ksbrain_test(NAME SOURCES... LIBS LIBRARIES...): a GoogleTest program whose tests ctest runs each in
+# a process of its own. Tests derive from the engine's classes and so do without RTTI as well.
+function(ksbrain_test name)
+    cmake_parse_arguments(TEST "" "" "LIBS" ${ARGN})
+    add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
+    target_compile_options(${name} PRIVATE ${KSBRAIN_WARNINGS} -fno-rtti)
+    target_link_libraries(${name} PRIVATE ${TEST_LIBS} test_support GTest::gmock GTest::gtest_main)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+endfunction()

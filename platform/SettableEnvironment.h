@@ -1,0 +1,17 @@
+#pragma once
+
+#include "base/Environment.h"
+
+// The environment that tests and tools link in place of the fixed one: a data directory and a wall
+// clock that they set. Any thread may call.
+namespace environment {
+
+void setDataDirectory(const std::string& directory);
+
+// Stops the wall clock at `seconds` since the epoch.
+void setNow(time_t seconds);
+
+// Lets the wall clock run with the system's again, as it does from the start.
+void useSystemClock();
+
+}  // namespace environment

@@ -1,0 +1,71 @@
+#include "platform/test/LogCapture.h"
+
+#include <android/log.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+#include "base/Logger.h"
+
+namespace {
+
+std::mutex gLock;
+std::condition_variable gArrived;
+std::vector<LogCapture::Line> gLines;
+
+void collect(const __android_logger_data* data, const char* message) {
+    std::lock_guard<std::mutex> lock(gLock);
+    gLines.push_back({data->priority, data->tag, message, gettid()});
+    gArrived.notify_all();
+}
+
+int countLocked(const std::string& part) {
+    return static_cast<int>(std::count_if(gLines.begin(), gLines.end(), [&](const auto& line) {
+        return line.text.find(part) != std::string::npos;
+    }));
+}
+
+}  // namespace
+
+LogCapture::LogCapture(int level) {
+    Logger::getInstance();  // so that its own first line is not among those collected
+    clear();
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+    __android_log_set_logger(collect);
+    setenv("DYNAMIC_LOGLEVEL_ENV", std::to_string(level).c_str(), 1);
+}
+
+LogCapture::~LogCapture() {
+    setenv("DYNAMIC_LOGLEVEL_ENV", "4", 1);
+    __android_log_set_logger(__android_log_stderr_logger);
+}
+
+std::vector<LogCapture::Line> LogCapture::lines() const {
+    std::lock_guard<std::mutex> lock(gLock);
+    return gLines;
+}
+
+std::vector<std::string> LogCapture::texts() const {
+    std::vector<std::string> texts;
+    for (const Line& line : lines()) texts.push_back(line.text);
+    return texts;
+}
+
+int LogCapture::count(const std::string& part) const {
+    std::lock_guard<std::mutex> lock(gLock);
+    return countLocked(part);
+}
+
+bool LogCapture::waitFor(const std::string& part, int times) const {
+    std::unique_lock<std::mutex> lock(gLock);
+    return gArrived.wait_for(lock, std::chrono::seconds(10),
+                             [&] { return countLocked(part) >= times; });
+}
+
+void LogCapture::clear() {
+    std::lock_guard<std::mutex> lock(gLock);
+    gLines.clear();
+}

@@ -1,27 +1,53 @@
-# make build | test | demo | bench | stress | format | clean
+# make demo     replay some weeks of recorded usage and show what was predicted
+# make test     build and run all tests
+# make build    build/ksbrain, build/libksbrain.so, build/libzml.so
+# make bench    measure what must be fast, each beside a reference
+# make stress   run the threaded tests 200 times over (REPEAT=N for another number)
+# make format   lay the code out anew
+# make clean
 #
-#   make test SANITIZE=thread              builds beside the plain build, in build-thread/
-#   make test SANITIZE=address,undefined
-#   make stress REPEAT=200                 repeats the threaded tests
+# SANITIZE=thread or SANITIZE=address,undefined builds beside the plain build, in a folder of its own.
+# SEED=N makes the demo another person's weeks.
 
 SANITIZE ?=
 REPEAT ?= 200
+SEED ?= 1
 
 comma := ,
 BUILD := build$(if $(SANITIZE),-$(subst $(comma),-,$(SANITIZE)))
+JOBS := $(shell nproc)
 
-.PHONY: build test setup clean
+.PHONY: build test demo bench stress format setup clean
+
+build: setup
+	@mkdir -p $(BUILD)
+	@cmake -S . -B $(BUILD) -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DKSBRAIN_SANITIZE=$(SANITIZE) \
+	    >$(BUILD)/configure.log || { cat $(BUILD)/configure.log; exit 1; }
+	@cmake --build $(BUILD)
 
 setup:
 	@cmake/setup.sh
 
-build: setup
-	@cmake -S . -B $(BUILD) -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DKSBRAIN_SANITIZE=$(SANITIZE) >$(BUILD).log 2>&1 \
-	    || { cat $(BUILD).log; exit 1; }
-	@cmake --build $(BUILD)
-
 test: build
-	@cd $(BUILD) && ctest --output-on-failure -j $$(nproc)
+	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+demo: build
+	@mkdir -p $(BUILD)/demo
+	@$(BUILD)/ksbrain-demo-trace --seed $(SEED) >$(BUILD)/demo/trace.csv
+	@TZ=UTC $(BUILD)/ksbrain replay --charging 23:00-07:00 --moments 8 $(BUILD)/demo/trace.csv
+
+bench: build
+	@$(BUILD)/bench/ksbrain_bench
+
+stress: build
+	@for program in $(BUILD)/*/*_test; do \
+	    echo "$$program"; \
+	    $$program --gtest_filter='*Threads.*' --gtest_repeat=$(REPEAT) --gtest_brief=1 --gtest_break_on_failure \
+	        >$(BUILD)/stress.log 2>&1 || { tail -50 $(BUILD)/stress.log; exit 1; }; \
+	done
+
+format:
+	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
 
 clean:
-	rm -rf build build-* build.log build-*.log
+	rm -rf build build-*

@@ -8,7 +8,7 @@
 #include "base/RefBase.h"
 
 #if !defined(_LIBCPP_VERSION)
-#error "BrainEvent shares std::string and std::vector with the library in libc++'s layout: build with -stdlib=libc++"
+#error "the event record has strings and lists in libc++'s layout: build with -stdlib=libc++"
 #endif
 
 // What happened. The host builds a record and hands it to brain_main_send_data(); from then on the

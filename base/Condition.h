@@ -14,8 +14,8 @@ class Condition {
     // Returns the result of pthread_cond_wait, 0 on success.
     int wait(Mutex& mutex) REQUIRES(mutex);
 
-    // Waits at most `ms` milliseconds: 0 when signalled, ETIMEDOUT when the time ran out, -1 at once
-    // (the mutex stays held throughout) when `ms` is less than 1 or the clock cannot be read.
+    // Waits at most `ms` milliseconds: 0 when signalled, ETIMEDOUT when the time ran out, -1 at
+    // once (the mutex stays held throughout) when `ms` is less than 1 or the clock cannot be read.
     int wait(Mutex& mutex, int ms) REQUIRES(mutex);
 
     void signal();

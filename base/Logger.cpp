@@ -26,9 +26,9 @@ struct Priority {
 
 // Indexed by level; level 7 has no name on purpose.
 constexpr Priority PRIORITIES[] = {
-    {"", ANDROID_LOG_ERROR},       {"TRACE ", ANDROID_LOG_DEBUG}, {"DEBUG ", ANDROID_LOG_DEBUG},
+    {"", ANDROID_LOG_ERROR},       {"TRACE ", ANDROID_LOG_DEBUG},  {"DEBUG ", ANDROID_LOG_DEBUG},
     {"INFO  ", ANDROID_LOG_INFO},  {"WARNING ", ANDROID_LOG_WARN}, {"ERROR ", ANDROID_LOG_ERROR},
-    {"FATAL ", ANDROID_LOG_ERROR}, {"", ANDROID_LOG_ERROR},       {"CRITICAL ", ANDROID_LOG_ERROR},
+    {"FATAL ", ANDROID_LOG_ERROR}, {"", ANDROID_LOG_ERROR},        {"CRITICAL ", ANDROID_LOG_ERROR},
 };
 
 bool isLevel(int level) {

@@ -29,8 +29,8 @@ class Logger {
     // The single instance, made on first use and never destroyed.
     static Logger* getInstance();
 
-    // The guard in front of every line: whether a line of this level is to be printed now. Leaves in
-    // mLevel the level under which it would be printed (the threshold, when it is dropped).
+    // The guard in front of every line: whether a line of this level is to be printed now. Leaves
+    // in mLevel the level under which it would be printed (the threshold, when it is dropped).
     bool admits(unsigned char level);
 
     // Prints a line if its level is admitted. `tag` names the component, `module` is the tag of the
@@ -75,12 +75,12 @@ class Logger {
     Mutex mNameLock;
 };
 
-#define KS_LOG(level, tag, module, ...)                              \
-    do {                                                             \
-        Logger* const ksLogger = Logger::getInstance();              \
-        if (ksLogger->admits(level)) {                               \
+#define KS_LOG(level, tag, module, ...)                                     \
+    do {                                                                    \
+        Logger* const ksLogger = Logger::getInstance();                     \
+        if (ksLogger->admits(level)) {                                      \
             ksLogger->printAdmitted((level), (tag), (module), __VA_ARGS__); \
-        }                                                            \
+        }                                                                   \
     } while (false)
 
 // A line of the framework (base/ and looper/).

@@ -20,7 +20,8 @@ set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
 # libc++ everywhere: the event record is shared with the host in its layout. Scores are rounded after
 # every operation, so that every machine gives the same bits.
 add_compile_options(-stdlib=libc++ -ffp-contract=off)
-add_link_options(-stdlib=libc++ -fuse-ld=lld)
+add_link_options(-stdlib=libc++ -fuse-ld=lld -Wl,--as-needed)
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)  # the build folder may be moved
 
 set(KSBRAIN_SANITIZE "" CACHE STRING "sanitizers to build with, as for -fsanitize")
 if(KSBRAIN_SANITIZE)

@@ -8,8 +8,9 @@
 #include <fstream>
 #include <string>
 
-// System properties for a machine that has none: `name=value` lines in the file that the environment
-// variable KSBRAIN_PROPERTIES names, read anew for every question. Without it all are unset.
+// System properties for a machine that has none: `name=value` lines in the file that the
+// environment variable KSBRAIN_PROPERTIES names, read anew for every question. Without it all are
+// unset.
 
 namespace {
 
@@ -32,7 +33,7 @@ std::string readProperty(const std::string& name) {
 }  // namespace
 
 extern "C" __attribute__((visibility("default"))) int property_get(const char* key, char* value,
-                                                                    const char* default_value) {
+                                                                   const char* default_value) {
     const int savedErrno = errno;
     std::string text = readProperty(key);
     errno = savedErrno;

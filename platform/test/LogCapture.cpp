@@ -16,10 +16,19 @@ std::mutex gLock;
 std::condition_variable gArrived;
 std::vector<LogCapture::Line> gLines;
 
+std::condition_variable gHoldChanged;
+std::string gHeldText;  // empty: nobody is held
+bool gHeld = false;
+int gReleases = 0;
+
 void collect(const __android_logger_data* data, const char* message) {
-    std::lock_guard<std::mutex> lock(gLock);
+    std::unique_lock<std::mutex> lock(gLock);
     gLines.push_back({data->priority, data->tag, message, gettid()});
     gArrived.notify_all();
+    if (gHeldText.empty() || gLines.back().text.find(gHeldText) == std::string::npos) return;
+    gHeld = true;
+    gHoldChanged.notify_all();
+    gHoldChanged.wait(lock, [releases = gReleases] { return gReleases != releases; });
 }
 
 int countLocked(const std::string& part) {
@@ -39,6 +48,7 @@ LogCapture::LogCapture(int level) {
 }
 
 LogCapture::~LogCapture() {
+    release();
     setenv("DYNAMIC_LOGLEVEL_ENV", "4", 1);
     __android_log_set_logger(__android_log_stderr_logger);
 }
@@ -68,4 +78,32 @@ bool LogCapture::waitFor(const std::string& part, int times) const {
 void LogCapture::clear() {
     std::lock_guard<std::mutex> lock(gLock);
     gLines.clear();
+}
+
+void LogCapture::hold(const std::string& part) {
+    std::lock_guard<std::mutex> lock(gLock);
+    gHeldText = part;
+}
+
+bool LogCapture::waitUntilHeld() const {
+    std::unique_lock<std::mutex> lock(gLock);
+    return gHoldChanged.wait_for(lock, std::chrono::seconds(10), [] { return gHeld; });
+}
+
+bool LogCapture::step() {
+    {
+        std::lock_guard<std::mutex> lock(gLock);
+        gHeld = false;
+        ++gReleases;
+        gHoldChanged.notify_all();
+    }
+    return waitUntilHeld();
+}
+
+void LogCapture::release() {
+    std::lock_guard<std::mutex> lock(gLock);
+    gHeldText.clear();
+    gHeld = false;
+    ++gReleases;
+    gHoldChanged.notify_all();
 }

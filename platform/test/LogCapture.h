@@ -34,4 +34,16 @@ class LogCapture {
     bool waitFor(const std::string& part, int times = 1) const;
 
     void clear();
+
+    // Stops every thread that logs a line containing `part`, right after it has logged it, until
+    // step() or release(): so a test decides what happens before that thread goes on.
+    void hold(const std::string& part);
+    bool waitUntilHeld() const;
+
+    // Lets the held thread go on to the next such line, where it is held again; false after ten
+    // seconds.
+    bool step();
+
+    // Lets it go on and holds nobody from now on.
+    void release();
 };

@@ -1,0 +1,228 @@
+#include "looper/KsTimer.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "base/Logger.h"
+
+namespace {
+
+constexpr char TAG[] = "KsTimer";
+constexpr long long MS_PER_SECOND = 1000;
+constexpr long NANOSECONDS_PER_MS = 1000000;
+
+timespec waitUntil(const timespec& due, const timespec& now) {
+    timespec wait{};
+    KsTimer::subTimeSpec(due, now, wait);
+    return wait;
+}
+
+bool isPositive(const timespec& t) {
+    return t.tv_sec > 0 || (t.tv_sec == 0 && t.tv_nsec > 0);
+}
+
+bool readClock(timespec& now, const char* failure) {
+    if (clock_gettime(CLOCK_BOOTTIME, &now) == 0) return true;
+    const int error = errno;
+    FRAMEWORK_LOG(LEVEL_ERROR, TAG, "%s failed to get the current time: %s", failure,
+                  strerror(error));
+    return false;
+}
+
+}  // namespace
+
+KsTimer::~KsTimer() {
+    setTimerNotifier(nullptr);
+    clearTimerQueue();
+}
+
+void KsTimer::setTimerNotifier(TimerNotifier* notifier) {
+    MutexLock lock(mLock);
+    mNotifier = notifier;
+}
+
+void KsTimer::clearTimerNotifier(const TimerNotifier* notifier) {
+    MutexLock lock(mLock);
+    if (mNotifier == notifier) mNotifier = nullptr;
+}
+
+int KsTimer::addTimerCallback(long long delayMs, int (*callback)(void*), void* data) {
+    KsTimerEvent event;
+    if (!prepareEvent(event, delayMs, "addTimedCallback:")) return -1;
+    event.callback = callback;
+    event.data = data;
+    addEvent(event, "");
+    return event.id;
+}
+
+int KsTimer::addTimerCallback(long long delayMs, Callback<int (*)()> task) {
+    KsTimerEvent event;
+    if (!prepareEvent(event, delayMs, "addTimedCallback:")) return -1;
+    event.TaskCallback = task;
+    event.isTaskCallback = true;
+    addEvent(event, "");
+    return event.id;
+}
+
+bool KsTimer::initTimerEvent(KsTimerEvent& event, long long delayMs, Callback<int (*)()> task) {
+    if (!prepareEvent(event, delayMs, "createTimerEvent:")) return false;
+    event.TaskCallback = task;
+    event.isTaskCallback = true;
+    return true;
+}
+
+void KsTimer::addTimerEvent(KsTimerEvent event) {
+    addEvent(event, "addTimerEvent: ");
+}
+
+bool KsTimer::prepareEvent(KsTimerEvent& event, long long delayMs, const char* failure) {
+    timespec due{};
+    if (!readClock(due, failure)) return false;
+    addDelayToTimeval(delayMs, due);
+    event.triggerTime = due;
+    event.id = getNextTimerId();
+    event.delay = delayMs;
+    return true;
+}
+
+void KsTimer::addEvent(const KsTimerEvent& event, const char* prefix) {
+    {
+        MutexLock lock(mLock);
+        pushLocked(event);
+        if (mNotifier != nullptr && mTimerQueue.front() == event) mNotifier->notifyDelayChange();
+    }
+    FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "%sAdd TimerCallback to queue - %s", prefix,
+                  event.toString().c_str());
+}
+
+void KsTimer::pushLocked(const KsTimerEvent& event) {
+    mTimerQueue.push_back(event);
+    std::push_heap(mTimerQueue.begin(), mTimerQueue.end(), KsTimerEventComparer());
+}
+
+KsTimerEvent KsTimer::popLocked() {
+    std::pop_heap(mTimerQueue.begin(), mTimerQueue.end(), KsTimerEventComparer());
+    KsTimerEvent event = mTimerQueue.back();
+    mTimerQueue.pop_back();
+    return event;
+}
+
+void KsTimer::removeTimerCallback(int id) {
+    // Outlives the lock: what a callback holds may call back into this queue when it is released.
+    std::vector<KsTimerEvent> removed;
+    {
+        MutexLock lock(mLock);
+        std::vector<KsTimerEvent> kept;
+        while (!mTimerQueue.empty()) {
+            const KsTimerEvent event = popLocked();
+            if (event.id == id) {
+                FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "removeTimedCallback: %s",
+                              event.toString().c_str());
+                removed.push_back(event);
+                continue;
+            }
+            FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "removeTimedCallback, e.id: %d, id: %d", event.id, id);
+            kept.push_back(event);
+            std::push_heap(kept.begin(), kept.end(), KsTimerEventComparer());
+        }
+        mTimerQueue.swap(kept);
+    }
+    traceReturn(TAG, "removeTimerCallback");
+}
+
+void KsTimer::clearTimerQueue() {
+    std::vector<KsTimerEvent> removed;  // outlives the lock, as above
+    MutexLock lock(mLock);
+    while (!mTimerQueue.empty()) {
+        removed.push_back(popLocked());
+        FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "clearTimerQueue: %s", removed.back().toString().c_str());
+    }
+}
+
+int KsTimer::nextTimerEvent() {
+    timespec now{};
+    if (!readClock(now, "nextTimerEvent: return -1 as")) return -1;
+    timespec due{};
+    bool empty = false;
+    {
+        MutexLock lock(mLock);
+        empty = mTimerQueue.empty();
+        if (!empty) due = mTimerQueue.front().triggerTime;
+    }
+    if (empty) {
+        FRAMEWORK_LOG(LEVEL_TRACE, TAG, "nextTimerEvent: return -1 as mTimerQueue is empty");
+        return -1;
+    }
+    const timespec wait = waitUntil(due, now);
+    if (!isPositive(wait)) {
+        FRAMEWORK_LOG(LEVEL_DEBUG, TAG,
+                      "nextTimerEvent: return 0 as the top event need to process ASAP");
+        return 0;
+    }
+    const long ms = (wait.tv_nsec + NANOSECONDS_PER_MS - 1) / NANOSECONDS_PER_MS;
+    const int result = static_cast<int>(static_cast<uint64_t>(wait.tv_sec) * MS_PER_SECOND +
+                                        static_cast<uint64_t>(ms));
+    FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "nextTimerEvent: return %d delay for next event", result);
+    return result;
+}
+
+void KsTimer::processEvents() {
+    const TraceScope trace(TAG, "processEvents");
+    while (nextTimerEvent() == 0) {
+        KsTimerEvent event;
+        if (!takeDueEvent(event)) return;
+        FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "processEvents: triggered callback--%s",
+                      event.toString().c_str());
+        if (event.isTaskCallback ? !event.TaskCallback : event.callback == nullptr) {
+            FRAMEWORK_LOG(LEVEL_ERROR, TAG, "callback is null: id %d", event.id);
+            return;
+        }
+        const int result = event.isTaskCallback ? event.TaskCallback() : event.callback(event.data);
+        if (result != -1 && !repeatEvent(event, result)) return;
+    }
+}
+
+// Meanwhile another thread may have removed the timer that was due: the one behind it waits for its
+// own time.
+bool KsTimer::takeDueEvent(KsTimerEvent& event) {
+    timespec now{};
+    const bool timeKnown = clock_gettime(CLOCK_BOOTTIME, &now) == 0;
+    {
+        MutexLock lock(mLock);
+        if (!mTimerQueue.empty()) {
+            if (timeKnown && isPositive(waitUntil(mTimerQueue.front().triggerTime, now))) {
+                return false;
+            }
+            event = popLocked();
+            return true;
+        }
+    }
+    FRAMEWORK_LOG(LEVEL_WARNING, TAG, "processEvents: mTimerQueue is empty!");
+    return false;
+}
+
+bool KsTimer::repeatEvent(KsTimerEvent& event, int result) {
+    timespec due{};
+    if (!readClock(due, "processEvents:")) return false;  // the timer is lost
+    if (result > 0) {
+        event.delay = result;
+    } else if (result < 0) {
+        FRAMEWORK_LOG(LEVEL_WARNING, TAG, "invalid delay (%lld), using (%lld) default",
+                      static_cast<long long>(result), event.delay);
+    }
+    addDelayToTimeval(event.delay, due);
+    event.triggerTime = due;
+    {
+        MutexLock lock(mLock);
+        pushLocked(event);
+    }
+    FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "Add TimerCallback to queue - %s", event.toString().c_str());
+    return true;
+}
+
+int KsTimer::getNextTimerId() {
+    MutexLock lock(mLock);
+    if (++mLastId == INT32_MAX) mLastId = 1;
+    return mLastId;
+}

@@ -184,7 +184,17 @@ TEST(Logger, TellsTheTimeWithUnpaddedMilliseconds) {
     EXPECT_EQ(logger().getTimeString(), "2024-03-01 08:05:09.7");
 }
 
-TEST(LoggerThreads, PrintEachLineUnderItsOwnLevel) {
+TEST(Logger, PrintsALineUnderItsOwnLevelWhateverIsLoggedMeanwhile) {
+    const LogCapture log;
+    const auto argument = [] {
+        FRAMEWORK_LOG(LEVEL_ERROR, "tag", "inner");
+        return "outer";
+    };
+    FRAMEWORK_LOG(LEVEL_INFO, "tag", "%s", argument());
+    EXPECT_THAT(log.texts(), ElementsAre("ERROR  inner", "INFO   outer"));
+}
+
+TEST(LoggerThreads, PrintEveryLine) {
     const LogCapture log;
     const auto print = [](LogLevel level) {
         for (int i = 0; i < 50; ++i) FRAMEWORK_LOG(level, "tag", "of level %d", level);

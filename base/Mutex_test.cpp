@@ -77,20 +77,22 @@ TEST(Latch, NeitherWaitsAtZeroNorFallsBelow) {
 }
 
 TEST(LatchThreads, ReleaseEveryWaiterAfterTheLastCount) {
-    Latch latch(3);
-    int work = 0;
-    const auto await = [&] {
-        latch.wait();
-        return work;
-    };
-    std::future<int> one = std::async(std::launch::async, await);
-    std::future<int> other = std::async(std::launch::async, await);
-    while (work < 3) {
-        ++work;
-        latch.countDown();
+    for (int round = 0; round < 20; ++round) {
+        Latch started(2);
+        Latch latch(3);
+        int work = 0;
+        const auto waitForWork = [&] {
+            started.countDown();
+            latch.wait();
+            return work;
+        };
+        std::future<int> one = std::async(std::launch::async, waitForWork);
+        std::future<int> other = std::async(std::launch::async, waitForWork);
+        started.wait();
+        for (; work < 3; latch.countDown()) ++work;
+        EXPECT_EQ(one.get(), 3);
+        EXPECT_EQ(other.get(), 3);
     }
-    EXPECT_EQ(one.get(), 3);
-    EXPECT_EQ(other.get(), 3);
 }
 
 }  // namespace

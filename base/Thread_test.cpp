@@ -95,25 +95,32 @@ TEST(JoinableThreads, RunForTheirJoinersUntilTheirExitTasksAreDone) {
     Latch mayEnd(1);
     Latch deleted(1);
     int id = -1;
-    int done = 0;
-    Step exitTask{[&] { ++done; }};
-    sp<Thread> thread(new TestThread<Thread>(deleted, [&](Thread& self) {
+    bool done = false;
+    sp<Thread> thread;
+    Step exitTask{[&] { done = thread->isRunning(); }};
+    thread = new TestThread<Thread>(deleted, [&](Thread& self) {
         EXPECT_EQ(self.join(), 1) << "from inside";
         exitTask.addOnExit();
         id = gettid();
         running.countDown();
         mayEnd.wait();
-    }));
+    });
     EXPECT_EQ(thread->join(), 1) << "never started";
     EXPECT_FALSE(thread->isRunning());
     EXPECT_EQ(thread->start("worker", 0, 0), 0);
     running.wait();
     EXPECT_TRUE(thread->isRunning());
     EXPECT_EQ(thread->getIdOfThread(), id);
-    const auto join = [&] { return thread->join() == 0 && done == 1; };
+    Latch joining(2);
+    const auto join = [&] {
+        joining.countDown();
+        return thread->join() == 0 && done;
+    };
+    std::future<bool> one = std::async(std::launch::async, join);
     std::future<bool> other = std::async(std::launch::async, join);
+    joining.wait();
     mayEnd.countDown();
-    EXPECT_TRUE(join());
+    EXPECT_TRUE(one.get());
     EXPECT_TRUE(other.get());
     EXPECT_EQ(thread->join(), 0) << "ended already";
     EXPECT_FALSE(thread->isRunning());

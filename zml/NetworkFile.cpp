@@ -1,0 +1,157 @@
+#include "zml/NetworkFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "zml/Crc32.h"
+#include "zml/Learner.h"
+
+namespace zml {
+
+namespace {
+
+constexpr char MAGIC[] = "ZMLNETWK";
+constexpr size_t MAGIC_SIZE = sizeof(MAGIC) - 1;
+constexpr uint32_t VERSION = 1;
+
+constexpr size_t VERSION_OFFSET = MAGIC_SIZE;
+constexpr size_t KIND_OFFSET = VERSION_OFFSET + 4;
+constexpr size_t VOCABULARY_OFFSET = KIND_OFFSET + 4;
+constexpr size_t CONTEXT_OFFSET = VOCABULARY_OFFSET + 4;
+constexpr size_t SIZE_OFFSET = CONTEXT_OFFSET + 4;
+constexpr size_t HEADER_SIZE = SIZE_OFFSET + 4;
+constexpr size_t CHECKSUM_SIZE = 4;
+
+// Far above every learner's need: what is bigger was not written here.
+constexpr size_t MAX_PARAMETERS = 4 << 20;
+
+class Descriptor {
+  public:
+    explicit Descriptor(int fd) : mFd(fd) {}
+    ~Descriptor() {
+        if (mFd >= 0) close(mFd);
+    }
+
+    bool isOpen() const { return mFd >= 0; }
+    int get() const { return mFd; }
+
+  private:
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    const int mFd;
+};
+
+bool readAll(int fd, Bytes& bytes) {
+    size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t count = read(fd, bytes.data() + done, bytes.size() - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) return false;
+        done += static_cast<size_t>(count);
+    }
+    return true;
+}
+
+bool writeAll(int fd, const Bytes& bytes) {
+    size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t count = write(fd, bytes.data() + done, bytes.size() - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return false;
+        done += static_cast<size_t>(count);
+    }
+    return true;
+}
+
+bool writeSynced(const std::string& path, const Bytes& bytes) {
+    const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    return file.isOpen() && writeAll(file.get(), bytes) && fsync(file.get()) == 0;
+}
+
+// Makes a rename in the directory durable.
+bool syncDirectory(const std::string& path) {
+    const Descriptor directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return directory.isOpen() && fsync(directory.get()) == 0;
+}
+
+Bytes encode(const StoredNetwork& network) {
+    Bytes bytes(MAGIC, MAGIC + MAGIC_SIZE);
+    appendU32(bytes, VERSION);
+    appendU32(bytes, network.kind);
+    appendU32(bytes, VOCABULARY);
+    appendU32(bytes, CONTEXT);
+    appendU32(bytes, static_cast<uint32_t>(network.parameters.size()));
+    bytes.insert(bytes.end(), network.parameters.begin(), network.parameters.end());
+    appendU32(bytes, crc32(bytes.data(), bytes.size()));
+    return bytes;
+}
+
+// What is wrong with the bytes of a file; empty when they are a whole network.
+std::string findProblem(const Bytes& bytes) {
+    if (bytes.size() < HEADER_SIZE + CHECKSUM_SIZE) return "cut off";
+    if (!std::equal(MAGIC, MAGIC + MAGIC_SIZE, bytes.begin())) return "not a network";
+    const uint32_t version = readU32(bytes, VERSION_OFFSET);
+    if (version != VERSION) return "of version " + std::to_string(version);
+    if (readU32(bytes, SIZE_OFFSET) != bytes.size() - HEADER_SIZE - CHECKSUM_SIZE) {
+        return "of the wrong size";
+    }
+    const size_t checked = bytes.size() - CHECKSUM_SIZE;
+    if (readU32(bytes, checked) != crc32(bytes.data(), checked)) return "damaged";
+    if (readU32(bytes, VOCABULARY_OFFSET) != VOCABULARY ||
+        readU32(bytes, CONTEXT_OFFSET) != CONTEXT) {
+        return "of other dimensions";
+    }
+    return "";
+}
+
+}  // namespace
+
+NetworkFile::NetworkFile(const std::string& directory, const std::string& session)
+    : mDirectory(directory),
+      mPath(directory + "/" + session + ".zml"),
+      mTemporaryPath(mPath + ".tmp") {}
+
+NetworkFile::Read NetworkFile::read(StoredNetwork& network, std::string& problem) const {
+    const Descriptor file(open(mPath.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat status {};
+    if (!file.isOpen() || fstat(file.get(), &status) != 0) {
+        if (errno == ENOENT) return Read::MISSING;
+        problem = strerror(errno);
+        return Read::UNUSABLE;
+    }
+    if (!S_ISREG(status.st_mode) ||
+        static_cast<uint64_t>(status.st_size) > HEADER_SIZE + MAX_PARAMETERS + CHECKSUM_SIZE) {
+        problem = "not a network";
+        return Read::UNUSABLE;
+    }
+    Bytes bytes(static_cast<size_t>(status.st_size));
+    problem = readAll(file.get(), bytes) ? findProblem(bytes) : "not readable";
+    if (!problem.empty()) return Read::UNUSABLE;
+    network.kind = readU32(bytes, KIND_OFFSET);
+    network.parameters.assign(bytes.begin() + HEADER_SIZE, bytes.end() - CHECKSUM_SIZE);
+    return Read::WHOLE;
+}
+
+bool NetworkFile::write(const StoredNetwork& network) const {
+    if (network.parameters.size() > MAX_PARAMETERS) {
+        errno = EFBIG;
+        return false;
+    }
+    if (writeSynced(mTemporaryPath, encode(network)) &&
+        rename(mTemporaryPath.c_str(), mPath.c_str()) == 0) {
+        return syncDirectory(mDirectory);
+    }
+    const int error = errno;
+    unlink(mTemporaryPath.c_str());
+    errno = error;
+    return false;
+}
+
+}  // namespace zml

@@ -1,0 +1,228 @@
+#include "preload/BayesAdapter.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <numeric>
+
+#include "base/Environment.h"
+#include "base/Logger.h"
+#include "preload/Count.h"
+#include "preload/TextTable.h"
+
+namespace {
+
+constexpr char TAG[] = "AppPreloadModel";
+constexpr int DIMENSION = 4;
+constexpr size_t BATCH_SIZE = 11;
+
+// A model file beyond this size is given up: the model starts afresh with the next batch.
+constexpr off_t MAX_MODEL_BYTES = 512 * 1024;
+
+// Independent of the locale, unlike isalnum().
+bool isPackageCharacter(char c) {
+    return c == '.' || c == '_' || (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') ||
+           (c >= 'a' && c <= 'z');
+}
+
+bool outgrown(const std::string& modelPath) {
+    struct stat status {};
+    return stat(modelPath.c_str(), &status) != 0 || status.st_size > MAX_MODEL_BYTES;
+}
+
+// The classes in the order of their scores: the positive ones, best first, equals by class; then
+// class 0 over and over, until there are as many as scores.
+std::vector<int> rank(const std::vector<float>& scores) {
+    std::vector<int> classes;
+    for (size_t y = 0; y < scores.size(); ++y) {
+        if (scores[y] > 0.0F) classes.push_back(static_cast<int>(y));
+    }
+    std::sort(classes.begin(), classes.end(), [&](int a, int b) {
+        const float scoreA = scores[static_cast<size_t>(a)];
+        const float scoreB = scores[static_cast<size_t>(b)];
+        return scoreA > scoreB || (scoreA == scoreB && a < b);
+    });
+    classes.resize(scores.size(), 0);
+    return classes;
+}
+
+}  // namespace
+
+BayesAdapter::BayesAdapter()
+    : mModelPath(environment::dataDirectory() + "/AppPreloadBayesModel"),
+      mAppMapFile(environment::dataDirectory() + "/AppPreloadMap") {
+    MutexLock lock(mLock);
+    mBayes = Bayes::createBayesFromModel(mModelPath.c_str());
+    if (mBayes != nullptr) {
+        mStatus = STATUS_READY;
+    } else {
+        mBayes = Bayes::createEmptyBayes(DIMENSION, mModelPath.c_str());
+    }
+    if (mBayes == nullptr) {
+        ENGINE_LOG(LEVEL_ERROR, TAG, "createEmptyBayes ERROR");
+        mStatus = STATUS_NO_MODEL;
+        return;
+    }
+    if (loadAppMap() == 0) {
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "BayesAdapter init ok");
+    } else {
+        mStatus = STATUS_BAD_APP_MAP;
+    }
+}
+
+int BayesAdapter::loadAppMap() {
+    const TableLoad result = loadTable(mAppMapFile, [&](std::istream& in) REQUIRES(mLock) {
+        std::string word;
+        in >> word >> mAppCount;
+        // A table of so many apps, or so large an index, is not one that was stored here.
+        if (mAppCount > Bayes::MAX_CLASSES) in.setstate(std::ios::failbit);
+        for (int i = 0; i < mAppCount && in; ++i) {
+            int index = 0;
+            in >> word >> index;
+            if (index >= Bayes::MAX_CLASSES) in.setstate(std::ios::failbit);
+            mAppMap[word] = index;
+        }
+    });
+    switch (result) {
+        case TableLoad::MISSING:
+            return 0;
+        case TableLoad::MALFORMED:
+            mAppMap.clear();
+            return -1;
+        case TableLoad::LOADED:
+            ENGINE_LOG(LEVEL_DEBUG, TAG, "load app map ok");
+            return 0;
+    }
+    return 0;
+}
+
+int BayesAdapter::storeAppMapLocked() {
+    const bool stored = storeTable(mAppMapFile, [&](std::ostream& out) REQUIRES(mLock) {
+        out << "appmap " << mAppCount << std::endl;
+        for (const auto& [package, index] : mAppMap) out << package << " " << index << std::endl;
+    });
+    if (!stored) return -1;
+    ENGINE_LOG(LEVEL_DEBUG, TAG, "store app map ok");
+    return 0;
+}
+
+int BayesAdapter::transferPackageToIndex(const std::string& package) {
+    if (package.empty()) return -1;
+    if (!std::all_of(package.begin(), package.end(), isPackageCharacter)) return -1;
+    if (const auto entry = mAppMap.find(package); entry != mAppMap.end()) return entry->second;
+    const int index = mAppCount;
+    countUp(mAppCount);
+    mAppMap[package] = index;
+    mPackages.clear();
+    storeAppMapLocked();
+    return index;
+}
+
+std::string BayesAdapter::transferIndexToPackage(int index) {
+    if (mPackages.empty()) {
+        for (const auto& [package, packageIndex] : mAppMap) {
+            if (packageIndex < 0) continue;
+            const size_t position = static_cast<size_t>(packageIndex);
+            if (position >= mPackages.size()) mPackages.resize(position + 1);
+            if (mPackages[position] == nullptr) mPackages[position] = &package;
+        }
+    }
+    const size_t position = static_cast<size_t>(index);
+    if (index < 0 || position >= mPackages.size() || mPackages[position] == nullptr) return {};
+    return *mPackages[position];
+}
+
+void BayesAdapter::addSample(SystemData& data) {
+    MutexLock lock(mLock);
+    // Unsigned, so that a negative status is refused as well.
+    if (static_cast<uint32_t>(mStatus) >= STATUS_NO_MODEL) {
+        ENGINE_LOG(LEVEL_WARNING, TAG, "BayesAdapter addSample error because mStatus %d", mStatus);
+        return;
+    }
+    labelSamplesLocked(data.currentApp);
+    if (mSamples.size() >= BATCH_SIZE) trainLocked();
+    ENGINE_LOG(LEVEL_DEBUG, TAG, "AppPreload BayesAdapter dataset num %d",
+               static_cast<int>(mSamples.size()));
+    const BayesSample sample = sampleOfNowLocked(data);
+    if (sample.lastAppIndex >= 0 && sample.currentAppIndex >= 0) mSamples.push_back(sample);
+}
+
+void BayesAdapter::labelSamplesLocked(const std::string& currentApp) {
+    for (auto sample = mSamples.rbegin(); sample != mSamples.rend() && sample->label < 0;
+         ++sample) {
+        sample->label = std::max(transferPackageToIndex(currentApp), 0);
+    }
+}
+
+void BayesAdapter::trainLocked() {
+    std::vector<std::vector<int>> X;
+    std::vector<int> Y;
+    for (const BayesSample& sample : mSamples) {
+        X.push_back(sample.toVecX());
+        Y.push_back(sample.label);
+    }
+    mSamples.clear();
+
+    int error = 0;
+    if (outgrown(mModelPath)) {
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "AppPreload BayesAdapter train new model");
+        error = mBayes->learn(X, Y);
+    } else {
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "AppPreload BayesAdapter train updated model");
+        error = mBayes->update(X, Y);
+    }
+    if (error != 0) {
+        ENGINE_LOG(LEVEL_WARNING, TAG, "AppPreload BayesAdapter delta train error");
+        mStatus = STATUS_TRAINING_FAILED;
+    } else {
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "AppPreload BayesAdapter train ok");
+        mStatus = STATUS_READY;
+    }
+}
+
+BayesSample BayesAdapter::sampleOfNowLocked(const SystemData& data) {
+    BayesSample sample{};
+    sample.time = environment::now();
+    sample.timeSlot = getTimeSlot(sample.time);
+    sample.weekDay = getWeekDay(sample.time);
+    sample.lastAppIndex = transferPackageToIndex(data.lastApp);
+    sample.currentAppIndex = transferPackageToIndex(data.currentApp);
+    sample.label = -1;
+    return sample;
+}
+
+void BayesAdapter::predict(SystemData& data, std::vector<std::string>& out) {
+    MutexLock lock(mLock);
+    if (mStatus != STATUS_READY) {
+        ENGINE_LOG(LEVEL_WARNING, TAG, "BayesAdapter predict error because mStatus %d", mStatus);
+        return;
+    }
+    const BayesSample sample = sampleOfNowLocked(data);
+    if (sample.lastAppIndex < 0 || sample.currentAppIndex < 0) {
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "BayesAdapter predict need 2 history apps");
+        return;
+    }
+    for (const int y : rank(mBayes->predict(sample.toVecX()))) {
+        out.push_back(transferIndexToPackage(y));
+    }
+}
+
+bool BayesAdapter::ready() {
+    MutexLock lock(mLock);
+    return mStatus == STATUS_READY;
+}
+
+std::string BayesAdapter::dumpMemory() {
+    MutexLock lock(mLock);
+    const size_t bytes = std::accumulate(
+        mAppMap.begin(), mAppMap.end(), size_t{0},
+        [](size_t sum, const auto& entry) { return sum + entry.first.size() + sizeof(int32_t); });
+    char text[256];
+    snprintf(text, sizeof(text), "BayesAdapter size %d\n", static_cast<int>(bytes));
+    return text + mBayes->dumpMemory();
+}
+
+int BayesAdapter::appCount() {
+    MutexLock lock(mLock);
+    return static_cast<int>(mAppMap.size());
+}

@@ -1,0 +1,334 @@
+#include "preload/ZmlAdapter.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <unordered_set>
+
+#include "base/Environment.h"
+#include "base/Logger.h"
+#include "preload/FileAccess.h"
+#include "preload/TextTable.h"
+#include "zml/ZmlSessionManager.h"
+
+namespace {
+
+constexpr char TAG[] = "AppPreloadModel";
+constexpr char SESSION_NAME[] = "aiPreloadApp";
+constexpr char LOAD_FAILED[] = "ZmlAdapter trainingCallback failed to create network.";
+
+constexpr int VOCABULARY = 30;
+constexpr int CONTEXT = 2;
+constexpr size_t TRAINING_HISTORY = 5000;
+constexpr size_t DROPPED_PART = 5;  // a training drops this part of the history, the oldest
+
+PersistentFile usageFile() {
+    return PersistentFile(environment::dataDirectory() + "/AppUsage");
+}
+
+std::string historyPath() {
+    return environment::dataDirectory() + "/AppHistory";
+}
+
+// Sets failbit when the text is no table.
+void readUsage(std::istream& stream, std::vector<AppUsage>& table) {
+    int count = 0;
+    stream >> count;
+    if (count < 0) stream.setstate(std::ios::failbit);
+    for (int i = 0; i < count && stream; ++i) {
+        AppUsage usage;
+        stream >> usage.index >> usage.count >> usage.package;
+        table.push_back(usage);
+    }
+}
+
+void writeUsage(std::ostream& stream, const std::vector<AppUsage>& table) {
+    stream << table.size() << '\n';
+    for (const AppUsage& usage : table) {
+        stream << usage.index << ' ' << usage.count << ' ' << usage.package << '\n';
+    }
+}
+
+}  // namespace
+
+ZmlAdapter::ZmlAdapter() {
+    MutexLock lock(mLock);
+    if (!initData()) {
+        mState = STATE_DATA_ERROR;
+        return;
+    }
+    initZml();
+}
+
+ZmlAdapter::~ZmlAdapter() {
+    {
+        MutexLock lock(mLock);
+        if (mSession == nullptr) return;
+        mSession->releaseNetwork();
+        mSession = nullptr;
+        mState = STATE_NONE;  // a callback that has begun and waits for mLock finds nothing to do
+    }
+    // Waits for such a callback, and so must not hold the lock.
+    ZmlSessionManager::getInstance()->releaseSessionLocked(SESSION_NAME);
+}
+
+bool ZmlAdapter::initData() {
+    if (loadAppUsage() != 0) return false;
+    loadHistoryAppsLocked();
+    return true;
+}
+
+bool ZmlAdapter::initZml() {
+    mSession = ZmlSessionManager::getInstance()->startSessionLocked(SESSION_NAME);
+    if (mSession == nullptr) {
+        ENGINE_LOG(LEVEL_ERROR, TAG, "start startSessionLocked failed!");
+        return false;
+    }
+    if (mSession->isNetworkTrained()) {
+        if (!loadNetworkLocked()) return false;
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "ZmlAdapter inited and trained");
+    } else {
+        mState = STATE_UNTRAINED;
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "ZmlAdapter inited, but need trained");
+    }
+    ENGINE_LOG(LEVEL_DEBUG, TAG, "ZmlAdapter init ok");
+    return true;
+}
+
+bool ZmlAdapter::ready() {
+    MutexLock lock(mLock);
+    return mState == STATE_READY;
+}
+
+void ZmlAdapter::addSample(std::string& package) {
+    MutexLock lock(mLock);
+    mPendingHistoryApps.push_back(package);
+    mHistoryApps.push_back(package);
+}
+
+void ZmlAdapter::update(int charging, std::vector<std::string>& packages) {
+    MutexLock lock(mLock);
+    if (!mPendingHistoryApps.empty()) {
+        storeHistoryAppsLocked(mPendingHistoryApps, true);
+        mPendingHistoryApps.clear();
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "ZmlAdapter::update store mPendingHistoryApps");
+    }
+    std::vector<AppUsage> table = prepareTableLocked(packages);
+    if (charging == 0) {
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "ZmlAdapter update, not charging");
+        return;
+    }
+    if (!table.empty()) retrainLocked(std::move(table));
+}
+
+std::vector<AppUsage> ZmlAdapter::prepareTableLocked(const std::vector<std::string>& packages) {
+    if (mHistoryApps.size() < TRAINING_HISTORY) return {};
+    const std::unordered_set<std::string> known(packages.begin(), packages.end());
+    mHistoryApps.erase(
+        std::remove_if(mHistoryApps.begin(), mHistoryApps.end(),
+                       [&](const std::string& app) { return known.count(app) == 0; }),
+        mHistoryApps.end());
+    std::vector<AppUsage> table = calculateAppUsage(mHistoryApps);
+    if (table.size() < VOCABULARY) return {};
+    table.resize(VOCABULARY);
+    for (AppUsage& usage : table) usage.index = VOCABULARY - 1 - usage.index;
+    return table;
+}
+
+// The table is replaced and the history cut even when no training can start: the ids then change
+// under the network that is loaded.
+void ZmlAdapter::retrainLocked(std::vector<AppUsage> table) {
+    mAppUsage = std::move(table);
+    storeAppUsage();
+    {
+        std::vector<int> sequence;
+        for (const std::string& app : mHistoryApps) {
+            const AppUsage* const usage = findUsageLocked(app);
+            if (usage != nullptr) sequence.push_back(usage->index);
+        }
+        const int length = static_cast<int>(sequence.size());
+        ENGINE_LOG(LEVEL_DEBUG, TAG,
+                   "AppPreloadModel::updateModel train AI model before, trainSet.size %d", length);
+        trainLocked(sequence.data(), length);
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "AppPreloadModel::updateModel train AI model after");
+    }
+    const auto dropped = static_cast<std::ptrdiff_t>(mHistoryApps.size() / DROPPED_PART);
+    mHistoryApps.erase(mHistoryApps.begin(), mHistoryApps.begin() + dropped);
+    storeHistoryAppsLocked(mHistoryApps, false);
+    ENGINE_LOG(LEVEL_DEBUG, TAG, "AppPreloadModel::updateModel train AI model ok");
+}
+
+std::vector<AppUsage> ZmlAdapter::calculateAppUsage(std::vector<std::string>& apps) {
+    std::map<std::string, int32_t> counts;
+    for (const std::string& app : apps) ++counts[app];
+    std::vector<AppUsage> table;
+    for (const auto& [package, count] : counts) table.push_back({package, count, 0});
+    std::stable_sort(table.begin(), table.end(),
+                     [](const AppUsage& a, const AppUsage& b) { return a.count > b.count; });
+    for (size_t rank = 0; rank < table.size(); ++rank) {
+        table[rank].index = static_cast<int32_t>(rank);
+    }
+    return table;
+}
+
+bool ZmlAdapter::trainLocked(int* sequence, int length) {
+    const int state = mState;
+    if (state != STATE_UNTRAINED && state != STATE_READY) {
+        ENGINE_LOG(LEVEL_WARNING, TAG, "ZmlAdapter is not init, mState %d", state);
+        return false;
+    }
+    if (mSession->isNetworkTrained()) mSession->releaseNetwork();
+    mState = STATE_TRAINING;
+    if (!mSession->createSequenceNetwork(ZmlSession::MODE_CREATE, sequence, length)) {
+        ENGINE_LOG(LEVEL_ERROR, TAG, "ZmlAdapter train:failed to create createSequenceNetwork.");
+        mState = STATE_FAILED;
+        return false;
+    }
+    long job = 0;
+    if (mSession->asyncTrain(trainingCallback, job, this) != 0) {
+        ENGINE_LOG(LEVEL_ERROR, TAG, "ZmlAdapter train:asyncTrain failed.");
+        mState = STATE_FAILED;
+        return false;
+    }
+    return true;
+}
+
+void ZmlAdapter::trainingCallback(TrainingResult result, void* adapter) {
+    ZmlAdapter* const self = static_cast<ZmlAdapter*>(adapter);
+    MutexLock lock(self->mLock);
+    if (self->mState != STATE_TRAINING) {
+        ENGINE_LOG(LEVEL_WARNING, TAG, "state is not TRANING, while training Callback execute");
+    } else if (result != TRAINING_SUCCESS) {
+        ENGINE_LOG(LEVEL_ERROR, TAG, "ZmlAdapter trainingCallback:result failed %d", result);
+        self->mState = STATE_FAILED;
+    } else {
+        self->mSession->releaseNetwork();
+        if (self->loadNetworkLocked()) ++self->mTrainingsReady;
+    }
+}
+
+bool ZmlAdapter::loadNetworkLocked() {
+    if (!mSession->createSequenceNetwork(ZmlSession::MODE_LOAD, nullptr, 0)) {
+        ENGINE_LOG(LEVEL_ERROR, TAG, "%s", LOAD_FAILED);
+        mState = STATE_FAILED;
+        return false;
+    }
+    mState = STATE_READY;
+    return true;
+}
+
+bool ZmlAdapter::inferenceLocked(int* input, int inputLength, float* output, int outputLength) {
+    if (mState != STATE_READY) {
+        ENGINE_LOG(LEVEL_WARNING, TAG, "ZmlAdapter is not ready");
+        return false;
+    }
+    int length = outputLength;
+    return mSession->predictSequence(input, inputLength, output, length);
+}
+
+void ZmlAdapter::predict(std::vector<std::string>& out) {
+    MutexLock lock(mLock);
+    if (mState != STATE_READY) return;
+
+    int input[CONTEXT] = {};
+    int missing = CONTEXT;
+    for (auto app = mHistoryApps.rbegin(); app != mHistoryApps.rend() && missing > 0; ++app) {
+        const AppUsage* const usage = findUsageLocked(*app);
+        if (usage != nullptr) input[--missing] = usage->index;
+    }
+    if (missing > 0) {
+        ENGINE_LOG(LEVEL_WARNING, TAG, "no 2 history apps");
+        return;
+    }
+
+    float scores[VOCABULARY] = {};
+    if (!inferenceLocked(input, CONTEXT, scores, VOCABULARY)) return;
+    for (int round = 0; round < VOCABULARY; ++round) {
+        int best = -1;
+        float bestScore = 0.0f;
+        for (int id = 0; id < VOCABULARY; ++id) {
+            if (!(scores[id] > bestScore)) continue;
+            best = id;
+            bestScore = scores[id];
+        }
+        if (best < 0) return;  // nor is any left for the next rounds
+        scores[best] = 0.0f;
+        const auto usage =
+            std::find_if(mAppUsage.begin(), mAppUsage.end(),
+                         [&](const AppUsage& candidate) { return candidate.index == best; });
+        if (usage != mAppUsage.end()) out.push_back(usage->package);
+    }
+}
+
+const AppUsage* ZmlAdapter::findUsageLocked(const std::string& package) {
+    const auto usage =
+        std::find_if(mAppUsage.begin(), mAppUsage.end(),
+                     [&](const AppUsage& candidate) { return candidate.package == package; });
+    return usage == mAppUsage.end() ? nullptr : &*usage;
+}
+
+int ZmlAdapter::usageRecordsOf(const std::string& package) {
+    MutexLock lock(mLock);
+    return static_cast<int>(
+        std::count_if(mAppUsage.begin(), mAppUsage.end(),
+                      [&](const AppUsage& usage) { return usage.package == package; }));
+}
+
+std::string ZmlAdapter::dumpMemory() {
+    MutexLock lock(mLock);
+    size_t size = 0;
+    for (const std::string& app : mPendingHistoryApps) size += app.size();
+    for (size_t i = 0; i < mAppUsage.size(); ++i) size += 32 * i;  // by position, on purpose
+    for (const std::string& app : mHistoryApps) size += app.size();
+    char line[64] = {};
+    snprintf(line, sizeof(line), "ZmlAdapter size %d\n", static_cast<int>(size));
+    return line;
+}
+
+void ZmlAdapter::loadHistoryAppsLocked() {
+    const std::string path = historyPath();
+    std::ifstream stream(path);
+    if (!fileReadable(path) || !stream.is_open()) return;
+    mHistoryApps.clear();
+    std::string app;
+    // The read that meets the end of the file leaves the last name standing, which thus counts
+    // twice.
+    do {
+        stream >> app;
+        mHistoryApps.push_back(app);
+    } while (stream.good());
+    ENGINE_LOG(LEVEL_DEBUG, TAG, "load history mHistoryApps ok");
+}
+
+void ZmlAdapter::storeHistoryAppsLocked(std::vector<std::string>& apps, bool append) {
+    ENGINE_LOG(LEVEL_DEBUG, TAG,
+               append ? "append store history apps" : "replace store history apps");
+    std::ofstream stream(historyPath(), append ? std::ios::app : std::ios::trunc);
+    for (const std::string& app : apps) stream << app << std::endl;
+    ENGINE_LOG(LEVEL_DEBUG, TAG, "store history apps ok");
+}
+
+int ZmlAdapter::loadAppUsage() {
+    std::vector<AppUsage> table;
+    switch (loadTable(usageFile(), [&](std::istream& stream) { readUsage(stream, table); })) {
+        case TableLoad::MISSING:
+            return 0;
+        case TableLoad::MALFORMED:
+            mAppUsage.clear();
+            return -1;
+        case TableLoad::LOADED:
+            break;
+    }
+    mAppUsage = std::move(table);
+    ENGINE_LOG(LEVEL_DEBUG, TAG, "load app usage ok");
+    return 0;
+}
+
+int ZmlAdapter::storeAppUsage() {
+    const auto write = [this](std::ostream& stream)
+                           REQUIRES(mLock) { writeUsage(stream, mAppUsage); };
+    if (!storeTable(usageFile(), write)) return -1;
+    ENGINE_LOG(LEVEL_DEBUG, TAG, "store app usage ok");
+    return 0;
+}

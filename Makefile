@@ -3,6 +3,7 @@
 # make build    build/ksbrain, build/libksbrain.so, build/libzml.so
 # make bench    measure what must be fast, each beside a reference
 # make stress   run the threaded tests 200 times over (REPEAT=N for another number)
+# make kills    kill running replays 300 times (KILLS=N) and judge what each next start finds
 # make format   lay the code out anew
 # make clean
 #
@@ -12,12 +13,13 @@
 SANITIZE ?=
 REPEAT ?= 200
 SEED ?= 1
+KILLS ?= 300
 
 comma := ,
 BUILD := build$(if $(SANITIZE),-$(subst $(comma),-,$(SANITIZE)))
 JOBS := $(shell nproc)
 
-.PHONY: build test demo bench stress format setup clean
+.PHONY: build test demo bench stress kills format setup clean
 
 build: setup
 	@mkdir -p $(BUILD)
@@ -45,6 +47,9 @@ stress: build
 	    $$program --gtest_filter='*Threads.*' --gtest_repeat=$(REPEAT) --gtest_brief=1 --gtest_break_on_failure \
 	        >$(BUILD)/stress.log 2>&1 || { tail -50 $(BUILD)/stress.log; exit 1; }; \
 	done
+
+kills: demo
+	@$(BUILD)/ksbrain-kills --program $(BUILD)/ksbrain --kills $(KILLS) $(BUILD)/demo/trace.csv
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+
+// A fresh directory for one run, deleted with everything in it when it goes out of scope. It lies
+// under TMPDIR or, when that is not set, in memory if the system has /dev/shm, else under /tmp.
+// Throws std::runtime_error when it cannot be made.
+class TemporaryDirectory {
+  public:
+    TemporaryDirectory();
+    ~TemporaryDirectory();
+
+    const std::string& path() const { return mPath; }
+
+  private:
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    std::string mPath;
+};
+
+// Makes sure that the engine can keep its files there, making the directory (its last component)
+// when it is missing. Throws InputError, one line that begins with the path.
+void prepareDataDirectory(const std::string& path);
+
+// Whether the engine could keep its files there: it writes into the directory, or makes its last
+// component. Changes nothing.
+bool canHoldData(const std::string& path);

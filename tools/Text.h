@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// How values are shown to a person.
+
+// The text without characters that would disturb a terminal or break a line: each becomes '?'.
+std::string printable(std::string_view text);
+
+// A piece of input for an error message: in double quotes, printable, cut when it is long.
+std::string inQuotes(std::string_view text);
+
+// 12345 as 12,345.
+std::string grouped(uint64_t number);
+
+// A share as a percentage with one decimal, "42.0 %"; "-" when there is nothing to divide by.
+std::string percentage(uint64_t part, uint64_t whole);

@@ -1,0 +1,41 @@
+#include "tools/test/ProgramRun.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "platform/test/TempDir.h"
+
+namespace {
+
+// Its streams are files, so that neither side ever waits for the other.
+[[noreturn]] void become(const std::vector<std::string>& arguments, const TempDir& streams) {
+    dup2(open(streams.file("in").c_str(), O_RDONLY), STDIN_FILENO);
+    dup2(open(streams.file("out").c_str(), O_WRONLY | O_CREAT, 0600), STDOUT_FILENO);
+    dup2(open(streams.file("err").c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO);
+    setenv("TZ", "UTC", 1);
+    std::vector<char*> argv = {const_cast<char*>("ksbrain")};
+    for (const std::string& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    execv(KSBRAIN_PROGRAM, argv.data());
+    _exit(127);
+}
+
+}  // namespace
+
+ProgramRun runKsbrain(const std::vector<std::string>& arguments, const std::string& input,
+                      const std::function<void(pid_t)>& meanwhile) {
+    const TempDir streams;
+    streams.write("in", input);
+    const pid_t child = fork();
+    if (child == 0) become(arguments, streams);
+    if (meanwhile) meanwhile(child);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), streams.read("out"),
+            streams.read("err")};
+}

@@ -18,12 +18,12 @@ void open(const EngineLibrary& engine, const std::string& package) {
     sp<HostEvent> host(new HostEvent);
     host->type = CODE_FOREGROUND;
     host->package = package;
-    std::future<void> handled = host->handled();
+    const sp<HandledLatch> handled = host->handled();
     sp<BrainEvent> event(host);
     host.reset();
     ASSERT_EQ(engine.sendData(event), 0);
     event.reset();
-    handled.wait();
+    handled->wait();
 }
 
 TEST(Library, LearnsPredictsAndRemembersAcrossARestart) {

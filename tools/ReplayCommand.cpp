@@ -91,6 +91,7 @@ void addReplayCommand(CLI::App& program, int& status) {
     verb->add_option("--moments", options->moments,
                      "Show at so many moments what was predicted and what was opened next")
         ->type_name("N")
+        ->check(CLI::Range(1, 1000))
         ->excludes(json);
     verb->add_flag("--quiet", options->quiet, "Show no progress bar");
     addLogOption(*verb, options->logLevel);

@@ -12,7 +12,6 @@ namespace {
 
 constexpr int32_t CODE_APP_OPENED = 4;
 constexpr int32_t CODE_CHARGING = 6;
-constexpr std::chrono::seconds PATIENCE(60);
 
 const Json OK = {{"ok", true}};
 
@@ -124,14 +123,12 @@ Json ServeConversation::predict() {
 
 // Hands the event over and waits until the engine has given it up: it has been handled then.
 Json ServeConversation::send(sp<HostEvent>& event) {
-    const std::future<void> handled = event->handled();
+    const sp<HandledLatch> handled = event->handled();
     sp<BrainEvent> handedOver(event);
     const int result = mEngine.sendData(handedOver);
     event.reset();
     handedOver.reset();
     if (result != 0) throw InputError("the engine refused the event");
-    if (handled.wait_for(PATIENCE) != std::future_status::ready) {
-        throw InputError("the engine has not handled the event in time");
-    }
+    handled->wait();
     return OK;
 }

@@ -6,6 +6,8 @@
 #include "tools/EngineLibrary.h"
 #include "tools/JsonLine.h"
 
+class HostEvent;
+
 // The conversation of `ksbrain serve`: a JSON object a line comes in, an answer a line goes out.
 //
 //     {"open":"com.a","packages":["com.a","com.b"]}   {"ok":true}   packages may be left out
@@ -34,7 +36,7 @@ class ServeConversation {
     Json act(const std::string& line);
     Json open(const Json& request);
     Json predict();
-    Json send(sp<class HostEvent>& event);
+    Json send(sp<HostEvent>& event);
 
     const EngineLibrary mEngine;
     size_t mLine = 0;

@@ -1,6 +1,7 @@
 #include "tools/Trace.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include "platform/test/TempDir.h"
 #include "tools/InputError.h"
@@ -95,7 +96,8 @@ TEST_F(TraceFile, SaysWhatIsWrongAndWhere) {
         EXPECT_THAT(refusal(name, content), HasSubstr(message)) << content.substr(0, 80);
     }
     EXPECT_THROW(Trace::read(mDirectory.file("missing.csv")), InputError);
-    EXPECT_THROW(Trace::read(mDirectory.path() + "/.txt/"), InputError);
+    mkdir(mDirectory.file("d.txt").c_str(), 0700);
+    EXPECT_THROW(Trace::read(mDirectory.file("d.txt")), InputError);
 }
 
 }  // namespace

@@ -6,12 +6,12 @@
 #include <thread>
 
 #include "base/Logger.h"
+#include "looper/LooperThread.h"
 #include "looper/test/BootClock.h"
 #include "looper/test/LooperTesting.h"
 
 namespace {
 
-using testing::EndsWith;
 using testing::MatchesRegex;
 
 // A looper of the test's own thread, whose turns the test takes.
@@ -44,22 +44,12 @@ TEST_F(LooperTest, IsTheCurrentOneOfItsThreadUntilItGoes) {
 
 TEST_F(LooperTest, RunsTheTasksOfOneTurnInTheOrderOfTheirPosting) {
     looper->sendTask(append("a"));
-    looper->sendTask(makeCallback<void>([&] { looper->sendTask(append("d")); }));
+    looper->sendTask(makeCallback<void>([&] { looper->sendTask(append("c")); }));
     looper->sendTask(append("b"));
     turn();
     EXPECT_EQ(story, "ab");
     turn();
-    EXPECT_EQ(story, "abd");
-}
-
-TEST_F(LooperTest, ATaskWritesTheseLines) {
-    const LogCapture log;
-    looper->sendTask(append("a"));
-    EXPECT_EQ(logged(log), ">sendTask\n>wake\n<wake\n<sendTask\n");
-    turn();
-    EXPECT_THAT(logged(log), EndsWith("<clearRead\n"
-                                      ">processTasks\n>swapQueue\n<swapQueue\n<processTasks\n"
-                                      "<processEvents\n"));
+    EXPECT_EQ(story, "abc");
 }
 
 TEST_F(LooperTest, ADelayedTaskWritesTheseLines) {
@@ -80,40 +70,24 @@ TEST_F(LooperTest, ADelayedTaskWritesTheseLines) {
                              "<releaseDelayTask\n<taskProcessor\n.*"));
 }
 
-TEST_F(LooperTest, DelayedTasksRunAsTimersAlsoWithoutADelay) {
-    looper->sendDelayTask(append("later "), 300);
-    looper->sendDelayTask(append("timer "), 0);
-    looper->sendTask(append("task "));
+TEST_F(LooperTest, DelayedTasksRunAsTimersUnlessTheyAreReleased) {
+    const int later = looper->sendDelayTask(append("later "), 10);
+    const int never = looper->sendDelayTask(append("never "), 10);
+    const auto releaseItself = [&] { story += std::to_string(looper->releaseDelayTask(3)); };
+    EXPECT_EQ(looper->sendDelayTask(makeCallback<void>(releaseItself), 0), 3);
+    looper->sendTask(append(" task "));
     turn();
-    EXPECT_EQ(story, "timer task ");
-    clock.advance(300);
-    turn();
-    EXPECT_EQ(story, "timer task later ");
-}
-
-TEST_F(LooperTest, AReleasedDelayedTaskNeverRuns) {
-    const int id = looper->sendDelayTask(append("a"), 10);
-    const int other = looper->sendDelayTask(append("b"), 10);
-    EXPECT_EQ(looper->releaseDelayTask(id), 1);
-    EXPECT_EQ(looper->releaseDelayTask(id), 0) << "released before";
-    EXPECT_EQ(looper->releaseDelayTask(77), 0) << "never given out";
+    EXPECT_EQ(story, "0 task ");
+    EXPECT_EQ(looper->releaseDelayTask(never), 1);
+    EXPECT_EQ(looper->releaseDelayTask(never), 0) << "released before";
     clock.advance(10);
     turn();
-    EXPECT_EQ(story, "b");
-    EXPECT_EQ(looper->releaseDelayTask(other), 0) << "has run";
+    EXPECT_EQ(story, "0 task later ");
+    EXPECT_EQ(looper->releaseDelayTask(later), 0) << "has run";
     const LogCapture log(LEVEL_ERROR);
     clock.breakAfter(0);
-    EXPECT_EQ(looper->sendDelayTask(append("c"), 0), -1);
+    EXPECT_EQ(looper->sendDelayTask(append("error "), 0), -1);
     EXPECT_TRUE(log.contains("ERROR  sendDelayTask: initTimerEvent error!!!\n"));
-}
-
-TEST_F(LooperTest, ARunningDelayedTaskCannotBeReleased) {
-    sp<RefBase> held(new AtRelease([&] { story += "gone"; }));
-    looper->sendDelayTask(
-        makeCallback<void>([&, held] { story += std::to_string(looper->releaseDelayTask(1)); }), 0);
-    held.reset();
-    turn();
-    EXPECT_EQ(story, "0gone") << "it leaves the list when it has run";
 }
 
 TEST_F(LooperTest, TellsItsQuitListenersOnceAndInOrder) {
@@ -155,18 +129,23 @@ TEST_F(LooperTest, DropsWhatHasNotRunEvenIfThatPostsOnceMore) {
     EXPECT_EQ(log.count("notifyDelayChange"), 0);
 }
 
-// Released by one thread just when it fires on another, a task is released or it runs, never both.
+// Another thread releases the task when its timer has just been popped, or when it has just run.
+TEST_F(LooperTest, ADelayedTaskIsReleasedInTimeOrNotAtAll) {
+    const std::pair<const char*, const char*> cases[] = {{"-->InTo : taskProcessor", "1"},
+                                                         {"-->InTo : releaseDelayTask", "run0"}};
+    for (const auto& [line, expected] : cases) {
+        story.clear();
+        const int id = looper->sendDelayTask(append("run"), 0);
+        const AtLogLine race(line, [&] { story += std::to_string(looper->releaseDelayTask(id)); });
+        turn();
+        EXPECT_EQ(story, expected);
+    }
+}
+
 TEST(LooperThreads, ADelayedTaskIsEitherReleasedOrRun) {
-    std::atomic<Looper*> shared{nullptr};
-    std::thread worker([&] {
-        const sp<KsTimer> timer(new KsTimer);
-        const sp<Looper> looper(new Looper(timer));
-        timer->setTimerNotifier(looper.get());
-        shared = looper.get();
-        looper->run();
-    });
-    while (shared == nullptr) std::this_thread::yield();
-    Looper* const looper = shared;
+    const sp<LooperThread> worker(new LooperThread);
+    worker->start("worker", 0, 0);
+    Looper* const looper = worker->getLooper();
     std::atomic<int> wrong{0};
     const auto postAndRelease = [&] {
         for (int i = 0; i < 100; ++i) {
@@ -182,8 +161,7 @@ TEST(LooperThreads, ADelayedTaskIsEitherReleasedOrRun) {
     std::thread other(postAndRelease);
     postAndRelease();
     other.join();
-    looper->addTerminatedHandler();
-    worker.join();
+    worker->requestExitAndWait();
     EXPECT_EQ(wrong, 0);
 }
 

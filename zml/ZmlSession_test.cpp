@@ -47,11 +47,15 @@ class Training {
 // Trains until it is cancelled.
 class EndlessLearner : public zml::CountingLearner {
   public:
+    static std::atomic<bool> sBegun;
+
     bool train(const std::vector<int>&, const std::atomic<bool>& cancelled) override {
+        sBegun = true;
         while (!cancelled) std::this_thread::yield();
         return false;
     }
 };
+std::atomic<bool> EndlessLearner::sBegun{false};
 
 bool hasTrainingThread() {
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
@@ -166,7 +170,9 @@ TEST_F(ZmlSessionThreads, releasingTheNetworkCancelsATraining) {
     Training refused;
     for (int round = 0; round < 3; ++round) {
         ASSERT_TRUE(createFresh(session));
+        EndlessLearner::sBegun = false;
         ASSERT_EQ(cancelled.start(session), 0);
+        while (!EndlessLearner::sBegun) std::this_thread::yield();
         ASSERT_TRUE(createFresh(session));
         EXPECT_EQ(refused.start(session), REFUSED);  // the first still trains
         session.releaseNetwork();
@@ -206,15 +212,18 @@ TEST_F(ZmlSessionThreads, theCallbackMayTrainAgainAndReleaseItsSession) {
         released.set_value();
         for (int i = 0; i < 100; ++i) std::this_thread::yield();
     });
+    Training dropped;
     Training first([&] {
-        session.releaseNetwork();
-        ASSERT_TRUE(createFresh(session));
-        ASSERT_EQ(second.start(session), 0);
+        for (Training* next : {&dropped, &second}) {
+            session.releaseNetwork();  // which also drops what has not begun
+            ASSERT_TRUE(createFresh(session));
+            ASSERT_EQ(next->start(session), 0);
+        }
     });
     ASSERT_EQ(first.start(session), 0);
     released.get_future().wait();
     mManager.releaseSessionLocked(NAME);  // waits for the callback of the session before as well
-    EXPECT_TRUE(second.hasEnded());
+    EXPECT_TRUE(second.hasEnded() && !dropped.hasEnded());
     EXPECT_EQ(niceness, 10);
     for (int i = 0; i < 1000 && hasTrainingThread(); ++i) usleep(1000);
     EXPECT_FALSE(hasTrainingThread());

@@ -1,29 +1,28 @@
 #pragma once
 
+#include <android/log.h>
+
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "base/Callback.h"
 #include "platform/test/LogCapture.h"
 
-// A callback that owns a function, and so whatever that has captured.
-//
-//     looper.sendTask(makeCallback<void>([&] { ++runs; }));
+// Makes a callback that owns a function, and so whatever that has captured.
 template <typename R>
 Callback<R (*)()> makeCallback(std::function<R()> function) {
     struct Held : RefBase {
         explicit Held(std::function<R()> f) : function(std::move(f)) {}
+        R run(sp<Held>) { return function(); }
         const std::function<R()> function;
     };
-    struct Runner {
-        R run(sp<Held> held) { return held->function(); }
-    };
-    static Runner runner;
-    return Callback<R (*)()>(&Runner::run, UnsafeRawPtr<Runner>(&runner),
-                             sp<Held>(new Held(std::move(function))));
+    const sp<Held> held(new Held(std::move(function)));
+    return Callback<R (*)()>(&Held::run, UnsafeRawPtr<Held>(held.get()), held);
 }
 
 // Runs a function when it goes, in the hands of whoever releases it last.
@@ -43,6 +42,26 @@ inline std::string logged(const LogCapture& log) {
     }
     return all;
 }
+
+// Runs a function once, on a thread of its own, at the moment when another thread logs a line that
+// contains `part`: for a race that is lost at this very line.
+class AtLogLine {
+  public:
+    AtLogLine(const char* part, std::function<void()> function) {
+        sPart = part;
+        sFunction = std::move(function);
+        __android_log_set_logger([](const __android_logger_data*, const char* message) {
+            if (sPart == nullptr || strstr(message, sPart) == nullptr) return;
+            sPart = nullptr;
+            std::thread(sFunction).join();
+        });
+    }
+
+  private:
+    const LogCapture mLog;  // lets every line through, and puts the logger back
+    static inline const char* sPart;
+    static inline std::function<void()> sFunction;
+};
 
 // How many descriptors the process has open.
 inline long openDescriptors() {

@@ -101,8 +101,11 @@ Finding StoredFiles::judgeTable(const std::string& name, const std::string& log,
 }
 
 Finding StoredFiles::judgePlain(const std::string& name, bool loaded) const {
-    if (loaded) return {Found::LOADED, ""};
-    return {Found::ABSENT, has(name) ? "" : "no five-minute mark has passed yet"};
+    if (!loaded) return {Found::ABSENT, has(name) ? "" : "no five-minute mark has passed yet"};
+    const std::string& text = content(name);
+    const bool cut = name == EVALUATION && std::count(text.begin(), text.end(), '\n') < 4;
+    if (cut) return {Found::REFUSED, "killed while it was rewritten: read as far as it goes"};
+    return {Found::LOADED, ""};
 }
 
 Finding StoredFiles::judgeNetwork(const std::string& log) const {

@@ -113,7 +113,7 @@ class KsLooper : public RefBase {
     static void drain(int fd);
 
     // Shared by all loopers and never destroyed, since a loop may still run while the process ends.
-    // Each is a leaf but for the approved descriptors' lock, which nests in the handlers' lock.
+    // The second lock is taken under the first, and nothing else under either.
     static Mutex& sHandlerLock;
     static Mutex& sApprovedFdLock;
     static std::set<int>& mApprovedFd GUARDED_BY(sApprovedFdLock);

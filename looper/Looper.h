@@ -12,10 +12,9 @@
 
 // A KsLooper that runs tasks, in the order of their posting, at the end of a turn.
 //
-//     Looper looper(new KsTimer);             // on the thread that will run it
-//     looper.getTimer()->setTimerNotifier(&looper);
-//     looper.run();
-//     ...                                     // any thread: looper.sendTask(task);
+//     const sp<Looper> looper(new Looper(timer));  // on the thread that will run it
+//     timer->setTimerNotifier(looper.get());       // so that a delayed task wakes the loop
+//     looper->run();                               // any thread: looper->sendTask(task);
 //
 // A looper is made and destroyed on the thread that runs it; on one thread, the looper made last is
 // destroyed first. Its destruction drops tasks that have not run. Tasks and delayed tasks may be

@@ -16,7 +16,6 @@ namespace {
 
 constexpr char TAG[] = "AppPreloadModel";
 constexpr char SESSION_NAME[] = "aiPreloadApp";
-constexpr char LOAD_FAILED[] = "ZmlAdapter trainingCallback failed to create network.";
 
 constexpr int VOCABULARY = 30;
 constexpr int CONTEXT = 2;
@@ -87,6 +86,7 @@ bool ZmlAdapter::initZml() {
     }
     if (mSession->isNetworkTrained()) {
         if (!loadNetworkLocked()) return false;
+        mState = STATE_READY;
         ENGINE_LOG(LEVEL_DEBUG, TAG, "ZmlAdapter inited and trained");
     } else {
         mState = STATE_UNTRAINED;
@@ -204,17 +204,18 @@ void ZmlAdapter::trainingCallback(TrainingResult result, void* adapter) {
         self->mState = STATE_FAILED;
     } else {
         self->mSession->releaseNetwork();
-        if (self->loadNetworkLocked()) ++self->mTrainingsReady;
+        if (!self->loadNetworkLocked()) return;
+        ++self->mTrainingsReady;  // before the state, for those who wait for the state alone
+        self->mState = STATE_READY;
     }
 }
 
 bool ZmlAdapter::loadNetworkLocked() {
     if (!mSession->createSequenceNetwork(ZmlSession::MODE_LOAD, nullptr, 0)) {
-        ENGINE_LOG(LEVEL_ERROR, TAG, "%s", LOAD_FAILED);
+        ENGINE_LOG(LEVEL_ERROR, TAG, "ZmlAdapter trainingCallback failed to create network.");
         mState = STATE_FAILED;
         return false;
     }
-    mState = STATE_READY;
     return true;
 }
 

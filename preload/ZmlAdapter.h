@@ -81,7 +81,7 @@ class ZmlAdapter {
     bool trainLocked(int* sequence, int length) REQUIRES(mLock);
     static void trainingCallback(TrainingResult result, void* adapter);
 
-    // Loads the trained network and enters STATE_READY or STATE_FAILED.
+    // Loads the trained network; false, in STATE_FAILED, when that fails.
     bool loadNetworkLocked() REQUIRES(mLock);
     bool inferenceLocked(int* input, int inputLength, float* output, int outputLength)
         REQUIRES(mLock);

@@ -39,6 +39,7 @@ demo: build
 	@TZ=UTC $(BUILD)/ksbrain replay --charging 23:00-07:00 --moments 8 $(BUILD)/demo/trace.csv
 
 bench: build
+	@cmake --build $(BUILD) --target ksbrain_bench
 	@$(BUILD)/bench/ksbrain_bench
 
 stress: build

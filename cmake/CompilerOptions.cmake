@@ -25,7 +25,9 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)  # the build folder may be moved
 
 set(KSBRAIN_SANITIZE "" CACHE STRING "sanitizers to build with, as for -fsanitize")
 if(KSBRAIN_SANITIZE)
-    add_compile_options(-fsanitize=${KSBRAIN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g1")
+    add_compile_options(-fsanitize=${KSBRAIN_SANITIZE} -fno-sanitize-recover=all
+                        -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${KSBRAIN_SANITIZE})
     if(KSBRAIN_SANITIZE MATCHES "undefined")
         add_compile_options(-fno-sanitize=vptr,function)  # both need run-time type information

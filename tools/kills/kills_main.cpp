@@ -24,6 +24,8 @@
 
 namespace {
 
+constexpr size_t LOG_SHOWN = 3000;
+
 struct Options {
     std::string program;
     std::string trace;
@@ -102,7 +104,10 @@ int run(const Options& options) {
             }
             ++(finding.found == Found::REFUSED ? tally.refused : tally.absent);
             ++tally.windows[finding.window.empty() ? "NOT ALLOWED BY THE FORMAT" : finding.window];
-            if (finding.window.empty()) ++unexplained;
+            if (!finding.window.empty()) continue;
+            ++unexplained;
+            fprintf(stderr, "kill %d, %s, the log of the start after it:\n%s\n", i, name.c_str(),
+                    text.substr(0, LOG_SHOWN).c_str());
         }
     }
 

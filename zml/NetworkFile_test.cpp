@@ -9,9 +9,9 @@
 
 #include "platform/test/LogCapture.h"
 #include "platform/test/TempDir.h"
-#include "zml/CountingLearner.h"
 #include "zml/Crc32.h"
 #include "zml/SessionState.h"
+#include "zml/test/TinyLearner.h"
 
 namespace zml {
 namespace {
@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 class NetworkFileTest : public testing::Test {
   protected:
     NetworkFileTest() {
-        CountingLearner learner;
+        TinyLearner learner;
         EXPECT_TRUE(learner.train({4, 5, 6, 4, 5, 6}, std::atomic<bool>(false)));
         EXPECT_TRUE(mFile.write({learner.kind(), learner.serialise()}));
         mWhole = mDir.read("net.zml");
@@ -32,7 +32,7 @@ class NetworkFileTest : public testing::Test {
     bool isTrained(const std::string& content) {
         fs::remove(mDir.file("net.zml"));  // some file systems write through what is truncated
         mDir.write("net.zml", content);
-        return SessionState("net", CountingLearner::create).isNetworkTrained();
+        return SessionState("net", TinyLearner::create).isNetworkTrained();
     }
 
     // The file with one byte replaced, and the checksum that belongs to it.
@@ -72,12 +72,12 @@ TEST_F(NetworkFileTest, foreignFilesDoNotCountAsTrained) {
         withByte(12, 9),   // of another learner
         withByte(16, 31),  // another vocabulary
         withByte(20, 3),   // another context
-        withByte(28, 99),  // a number of entries that do not follow
+        withByte(28, 99),  // parameters that the learner refuses
         mWhole + "x",
     };
     for (const std::string& content : foreign) EXPECT_FALSE(isTrained(content));
     fs::resize_file(mDir.file("net.zml"), uintmax_t{1} << 40);  // more than can be allocated
-    EXPECT_FALSE(SessionState("net", CountingLearner::create).isNetworkTrained());
+    EXPECT_FALSE(SessionState("net", TinyLearner::create).isNetworkTrained());
 }
 
 TEST_F(NetworkFileTest, aFailedWriteKeepsTheOldNetwork) {

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "base/Mutex.h"
-#include "zml/CountingLearner.h"
 #include "zml/Log.h"
+#include "zml/NeuralLearner.h"
 #include "zml/SessionState.h"
 
 namespace {
@@ -51,7 +51,7 @@ ZmlSession* ZmlSessionManager::startSessionLocked(std::string name) {
                 open ? "it is open already" : "the name is not usable");
         return nullptr;
     }
-    const auto state = std::make_shared<zml::SessionState>(name, zml::CountingLearner::create);
+    const auto state = std::make_shared<zml::SessionState>(name, zml::NeuralLearner::create);
     entries.push_back({name, new ZmlSession(state), state});
     return entries.back().session;
 }

@@ -9,9 +9,9 @@
 
 #include "platform/test/LogCapture.h"
 #include "platform/test/TempDir.h"
-#include "zml/CountingLearner.h"
 #include "zml/SessionState.h"
 #include "zml/ZmlSessionManager.h"
+#include "zml/test/TinyLearner.h"
 
 namespace {
 
@@ -45,7 +45,7 @@ class Training {
 };
 
 // Trains until it is cancelled.
-class EndlessLearner : public zml::CountingLearner {
+class EndlessLearner : public zml::TinyLearner {
   public:
     static std::atomic<bool> sBegun;
 

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <optional>
@@ -62,6 +63,7 @@ std::string readText(const std::string& path) {
 // One replay of the pair, killed after `delay` unless it has ended by then.
 void runKilled(const Options& options, const char* charging, const std::string& directory,
                const std::string& log, std::chrono::microseconds delay) {
+    std::filesystem::remove(log);  // a child that is killed at once writes none
     const pid_t child = startReplay(options, charging, directory, log);
     std::this_thread::sleep_for(delay);
     kill(child, SIGKILL);

@@ -5,9 +5,9 @@
 
 namespace zml {
 
-// e to the power of x, within two parts in 100,000 of it, for x clipped to +-EXP_LIMIT: so that the
-// result and a sum of some are neither 0 nor infinite. Free of branches and library calls: loops
-// over it are vectorised, and it gives the same bits on every machine.
+// e to the power of x, within five parts in a million of it, for x clipped to +-EXP_LIMIT: so that
+// the result and a sum of some are neither 0 nor infinite. Free of branches and library calls:
+// loops over it are vectorised, and it gives the same bits on every machine.
 //
 // x / ln 2 is split into the nearest whole number, which goes into the exponent of the result, and
 // a rest within +-1/2, whose power of two is a polynomial in the rest: its Taylor series.

@@ -12,7 +12,7 @@ namespace {
 
 // A build for comparisons may set it: 0 for the networks alone, 1 for the counts alone.
 #ifndef KSBRAIN_COUNTS_SHARE
-#define KSBRAIN_COUNTS_SHARE 0.2
+#define KSBRAIN_COUNTS_SHARE 0.15
 #endif
 constexpr float COUNTS_SHARE = static_cast<float>(KSBRAIN_COUNTS_SHARE);
 constexpr float NETWORK_SHARE = (1.0f - COUNTS_SHARE) / NeuralLearner::MEMBERS;

@@ -11,10 +11,6 @@ namespace {
 
 using Network = SequenceNetwork;
 
-constexpr size_t FLOATS_PER_ROWS(size_t bytes) {
-    return bytes / sizeof(float);
-}
-
 }  // namespace
 
 void SequenceGradient::compute(const Network& network, const std::vector<Item>& batch,
@@ -25,7 +21,7 @@ void SequenceGradient::compute(const Network& network, const std::vector<Item>& 
         forward(network, batch[i], mRows[i]);
         backward(batch[i], mRows[i]);
     }
-    constexpr size_t STRIDE = FLOATS_PER_ROWS(sizeof(Rows));
+    constexpr size_t STRIDE = sizeof(Rows) / sizeof(float);
     for (size_t unit = 0; unit < Network::HIDDEN; ++unit) {
         addScaledRows(&mGradient[Network::OUTPUT + unit * LANES], &mRows[0].hidden[unit], STRIDE,
                       mRows[0].outputError.data(), STRIDE, count);
@@ -56,7 +52,6 @@ void SequenceGradient::backward(const Item& item, Rows& rows) {
     const auto newer = static_cast<size_t>(item.example->newer * Network::HIDDEN);
     addTo(&mGradient[Network::OLDER + older], rows.hiddenError.data(), Network::HIDDEN);
     addTo(&mGradient[Network::NEWER + newer], rows.hiddenError.data(), Network::HIDDEN);
-    addTo(&mGradient[Network::HIDDEN_BIAS], rows.hiddenError.data(), Network::HIDDEN);
     addTo(&mGradient[Network::OUTPUT_BIAS], rows.outputError.data(), LANES);
 }
 

@@ -1,5 +1,7 @@
 #include "zml/SequenceNetwork.h"
 
+#include <algorithm>
+
 #include "zml/FastExp.h"
 #include "zml/Rows.h"
 
@@ -15,7 +17,7 @@ constexpr float OUTPUT_RANGE = 0.2f;
 
 SequenceNetwork::SequenceNetwork(Random& random) : SequenceNetwork() {
     for (size_t i = OLDER; i < OUTPUT; ++i) mParameters[i] = random.symmetric(VECTOR_RANGE);
-    for (size_t i = OUTPUT; i < HIDDEN_BIAS; ++i) mParameters[i] = random.symmetric(OUTPUT_RANGE);
+    for (size_t i = OUTPUT; i < OUTPUT_BIAS; ++i) mParameters[i] = random.symmetric(OUTPUT_RANGE);
 }
 
 SequenceNetwork::OutputRow SequenceNetwork::predict(int older, int newer) const {
@@ -29,9 +31,8 @@ SequenceNetwork::OutputRow SequenceNetwork::predict(int older, int newer) const 
 void SequenceNetwork::computeHidden(int older, int newer, HiddenRow& hidden) const {
     const float* const olderVector = &mParameters[OLDER + static_cast<size_t>(older * HIDDEN)];
     const float* const newerVector = &mParameters[NEWER + static_cast<size_t>(newer * HIDDEN)];
-    const float* const bias = &mParameters[HIDDEN_BIAS];
     for (size_t i = 0; i < HIDDEN; ++i) {
-        const float sum = olderVector[i] + newerVector[i] + bias[i];
+        const float sum = olderVector[i] + newerVector[i];
         hidden[i] = sum > 0.0f ? sum : 0.0f;
     }
 }

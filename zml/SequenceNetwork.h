@@ -12,7 +12,7 @@ namespace zml {
 // vector for each id in each position, a hidden layer of rectifiers, and a softmax over all ids as
 // the next one. With a the older and b the newer id,
 //
-//     h = max(0, O[a] + N[b] + c),    p = softmax(d + W h)
+//     h = max(0, O[a] + N[b]),    p = softmax(c + W h)
 //
 // The first layer's matrix is folded into the vectors O and N, which makes that layer a table
 // look-up. A simple recurrent network that reads a and then b computes the same function, its first
@@ -24,12 +24,11 @@ class SequenceNetwork {
     static constexpr int HIDDEN = 64;
 
     // Where the parameters stand, row by row: O, N, W with a row of LANES outputs per hidden unit,
-    // c, d. Weight decay is for the matrices, which come first.
+    // c. The hidden layer needs no bias, since every N[b] can hold it.
     static constexpr size_t OLDER = 0;
     static constexpr size_t NEWER = OLDER + VOCABULARY * HIDDEN;
     static constexpr size_t OUTPUT = NEWER + VOCABULARY * HIDDEN;
-    static constexpr size_t HIDDEN_BIAS = OUTPUT + HIDDEN * LANES;
-    static constexpr size_t OUTPUT_BIAS = HIDDEN_BIAS + HIDDEN;
+    static constexpr size_t OUTPUT_BIAS = OUTPUT + HIDDEN * LANES;
     static constexpr size_t SIZE = OUTPUT_BIAS + LANES;
 
     using HiddenRow = std::array<float, HIDDEN>;

@@ -60,7 +60,7 @@ bool trainNetwork(SequenceNetwork& network, const std::vector<Example>& examples
                   const std::atomic<bool>& cancelled) {
     Random random(seed);
     network = SequenceNetwork(random);
-    AdamW optimiser(SequenceNetwork::SIZE, SequenceNetwork::HIDDEN_BIAS);
+    AdamW optimiser(SequenceNetwork::SIZE, SequenceNetwork::OUTPUT_BIAS);
     SequenceGradient gradient;
     Deck deck(examples, random);
     std::vector<SequenceGradient::Item> batch(SequenceGradient::BATCH);

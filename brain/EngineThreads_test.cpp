@@ -19,6 +19,7 @@ constexpr int CODE_FOREGROUND = 4;
 constexpr int CODE_CHARGING = 6;
 constexpr int APPS = 40;
 constexpr int HISTORY = 5000;
+constexpr std::chrono::microseconds PAUSE(200);
 
 std::string appName(int number) {
     return "com.app" + std::to_string(number % APPS);
@@ -83,13 +84,16 @@ TEST(EngineThreads, PredictDuringEventsATrainingThatEndsAndTheStop) {
         engine.open(1);
         for (int i = 0; i < 4; ++i) {
             hosts.emplace_back([&done, model = engine.model()] {
-                while (!done) model->predict();
+                while (!done) {
+                    model->predict();
+                    std::this_thread::sleep_for(PAUSE);  // the training has a low priority
+                }
             });
         }
         engine.postUpdate();
         for (int i = 2; engine.model()->trainingsReady() == 0; ++i) {
             engine.open(i);
-            std::this_thread::sleep_for(std::chrono::microseconds(200));
+            std::this_thread::sleep_for(PAUSE);
         }
         EXPECT_EQ(engine.model()->predict().size(), 30u) << "the network answers";
     }

@@ -45,6 +45,18 @@ function(ksbrain_library name)
     target_compile_options(${name} PRIVATE ${KSBRAIN_WARNINGS} -fno-exceptions -fno-rtti)
 endfunction()
 
+# ksbrain_ship(NAME MAP): the properties of a shipped library. It exports what the version script MAP
+# names and lies at the top of the build. It stays mapped once loaded, since a detached thread of its
+# own may still be leaving when the library is closed.
+function(ksbrain_ship name map)
+    set(map ${CMAKE_CURRENT_SOURCE_DIR}/${map})
+    target_link_options(${name} PRIVATE -Wl,--version-script=${map} -Wl,-z,nodelete)
+    set_target_properties(${name} PROPERTIES
+        LINKER_LANGUAGE CXX
+        LINK_DEPENDS ${map}
+        LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
+endfunction()
+
 # ksbrain_test(NAME SOURCES... LIBS LIBRARIES...): a GoogleTest program whose tests ctest runs each in
 # a process of its own. Tests derive from the engine's classes and so do without RTTI as well.
 function(ksbrain_test name)

@@ -3,6 +3,9 @@
 # make build    build/ksbrain, build/libksbrain.so, build/libzml.so
 # make bench    measure what must be fast, each beside a reference
 # make stress   run the threaded tests 200 times over (REPEAT=N for another number)
+# make arm64    cross-build everything for 64-bit Arm into build-arm64/
+# make test-arm64   and run all tests under emulation
+# make install  the public headers, libraries and package files below PREFIX (DESTDIR before it)
 # make kills    kill running replays 300 times (KILLS=N) and judge what each next start finds
 # make format   lay the code out anew
 # make clean
@@ -14,18 +17,23 @@ SANITIZE ?=
 REPEAT ?= 200
 SEED ?= 1
 KILLS ?= 300
+PREFIX ?= /usr/local
 
 comma := ,
 BUILD := build$(if $(SANITIZE),-$(subst $(comma),-,$(SANITIZE)))
 JOBS := $(shell nproc)
 
-.PHONY: build test demo bench stress kills format setup clean
+.PHONY: build test demo bench stress kills arm64 test-arm64 install format setup clean
+
+# configure-and-build(FOLDER,OPTIONS)
+define configure-and-build
+	@mkdir -p $(1)
+	@cmake -S . -B $(1) -G Ninja $(2) >$(1)/configure.log || { cat $(1)/configure.log; exit 1; }
+	@cmake --build $(1)
+endef
 
 build: setup
-	@mkdir -p $(BUILD)
-	@cmake -S . -B $(BUILD) -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DKSBRAIN_SANITIZE=$(SANITIZE) \
-	    >$(BUILD)/configure.log || { cat $(BUILD)/configure.log; exit 1; }
-	@cmake --build $(BUILD)
+	$(call configure-and-build,$(BUILD),-DCMAKE_CXX_COMPILER=clang++ -DKSBRAIN_SANITIZE=$(SANITIZE))
 
 setup:
 	@cmake/setup.sh
@@ -51,6 +59,17 @@ stress: build
 
 kills: demo
 	@$(BUILD)/ksbrain-kills --program $(BUILD)/ksbrain --kills $(KILLS) $(BUILD)/demo/trace.csv
+
+arm64:
+	@cmake/setup.sh qemu-user-static
+	@cmake/arm64-sysroot.sh build-arm64
+	$(call configure-and-build,build-arm64,-DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/arm64.cmake)
+
+test-arm64: arm64
+	@cd build-arm64 && ctest --output-on-failure -j $(JOBS)
+
+install: build
+	@DESTDIR=$(DESTDIR) cmake --install $(BUILD) --prefix $(PREFIX)
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

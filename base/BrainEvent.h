@@ -7,9 +7,7 @@
 
 #include "base/RefBase.h"
 
-#if !defined(_LIBCPP_VERSION)
-#error "the event record has strings and lists in libc++'s layout: build with -stdlib=libc++"
-#endif
+#if defined(KSBRAIN_SHARED_LAYOUT)
 
 // What happened. The host builds a record and hands it to brain_main_send_data(); from then on the
 // engine shares it by reference count and the host must not change it. onLastRef() runs on the
@@ -66,3 +64,5 @@ static_assert(sizeof(BrainEvent) == 256, "binary interface");
 #if defined(__clang__)
 #pragma clang diagnostic pop
 #endif
+
+#endif  // KSBRAIN_SHARED_LAYOUT

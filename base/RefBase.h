@@ -3,6 +3,19 @@
 #include <atomic>
 #include <cstdint>
 
+// Host and library hand each other objects with strings and lists in them, so both must lay these
+// out alike. The public headers (this one, base/BrainEvent.h, brain/BrainMainApi.h) are empty where
+// they would not, so that a wrong build hears of it in one line.
+#if !defined(_LIBCPP_VERSION) || defined(_LIBCPP_ABI_ALTERNATE_STRING_LAYOUT)
+#error "libksbrain shares strings and lists in libc++'s ABI 1 layout: build with -stdlib=libc++"
+#elif __SIZEOF_POINTER__ != 8
+#error "libksbrain shares objects in the layout of 64-bit processes: build for 64 bits"
+#else
+#define KSBRAIN_SHARED_LAYOUT
+#endif
+
+#if defined(KSBRAIN_SHARED_LAYOUT)
+
 // An object that counts its strong references and deletes itself with the last of them.
 //
 //     class Session : public RefBase { ... };
@@ -105,3 +118,5 @@ template <typename T, typename U>
 bool operator!=(const sp<T>& a, const sp<U>& b) {
     return a.get() != b.get();
 }
+
+#endif  // KSBRAIN_SHARED_LAYOUT

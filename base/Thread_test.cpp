@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <deque>
@@ -50,7 +51,7 @@ TEST(SimpleThreads, KeepTheirObjectForTheBodyAndTheExitTasks) {
     Step first{[&] { story += late.addOnExit() ? " first" : ""; }};
     const auto body = [&](SimpleThread& self) {
         EXPECT_EQ(self.start("again", 0, 0), 1);
-        EXPECT_EQ(self.getId(), gettid());
+        EXPECT_EQ(self.getId(), static_cast<int>(syscall(SYS_gettid)));
         EXPECT_TRUE(first.addOnExit());
         EXPECT_TRUE(second.addOnExit());
         char name[16] = {};
@@ -101,7 +102,7 @@ TEST(JoinableThreads, RunForTheirJoinersUntilTheirExitTasksAreDone) {
     thread = new TestThread<Thread>(deleted, [&](Thread& self) {
         EXPECT_EQ(self.join(), 1) << "from inside";
         exitTask.addOnExit();
-        id = gettid();
+        id = static_cast<int>(syscall(SYS_gettid));
         running.countDown();
         mayEnd.wait();
     });

@@ -1,5 +1,7 @@
 #include "brain/BrainMainApi.h"
 
+#include <unistd.h>
+
 #include "base/Logger.h"
 #include "base/Mutex.h"
 #include "brain/BrainMain.h"
@@ -65,9 +67,13 @@ void stopLocked() REQUIRES(gApiLock) {
 class StopAtExit {
   public:
     ~StopAtExit() {
-        // On the worker itself there is nobody to wait for: leave everything as it is.
-        if (Looper::current() == nullptr) brain_main_exit();
+        // On the worker itself there is nobody to wait for, and a forked child has no worker but
+        // shares the parent's descriptors: leave everything as it is.
+        if (Looper::current() == nullptr && getpid() == mProcess) brain_main_exit();
     }
+
+  private:
+    const pid_t mProcess = getpid();
 };
 
 }  // namespace

@@ -5,6 +5,8 @@
 
 #include "base/BrainEvent.h"
 
+#if defined(KSBRAIN_SHARED_LAYOUT)
+
 // The five functions of libksbrain.so. They return 0 for success and -1 for failure and never
 // throw. Any host thread may call them, but not the engine's own worker: not from an event's
 // onLastRef(), for instance.
@@ -46,3 +48,5 @@ KSBRAIN_EXPORT int brain_main_app_clean_predict();
 #if defined(__clang__)
 #pragma clang diagnostic pop
 #endif
+
+#endif  // KSBRAIN_SHARED_LAYOUT

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <future>
@@ -66,22 +65,14 @@ class BrainMainApiTest : public testing::Test {
 };
 using BrainMainApiThreads = BrainMainApiTest;
 
-int countEntries(const char* directory) {
-    int count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(directory)) {
-        ++count;
-    }
-    return count;
-}
-
 // Whether the engine's workers have all left: a detached thread may take a moment to do so after it
 // has been joined.
 bool workersHaveLeft() {
     for (int i = 0; i < 2000; ++i) {
         bool found = false;
-        for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        for (const std::string& task : entriesOf("/proc/self/task")) {
             std::string name;
-            std::ifstream(task.path() / "comm") >> name;
+            std::ifstream("/proc/self/task/" + task + "/comm") >> name;
             found |= name == "vexa-ks";
         }
         if (!found) return true;
@@ -117,11 +108,11 @@ TEST_F(BrainMainApiTest, ExitWithoutAStartIsSilentAndCleanPredictionIsNotProvide
 
 TEST_F(BrainMainApiTest, ASecondStartChangesNothing) {
     ASSERT_EQ(brain_main_init(nullptr), 0);
-    const int threads = countEntries("/proc/self/task");
+    const size_t threads = entriesOf("/proc/self/task").size();
     LogCapture log;
     EXPECT_EQ(brain_main_init(nullptr), 0);
     EXPECT_THAT(log.texts(), IsEmpty());
-    EXPECT_EQ(countEntries("/proc/self/task"), threads);
+    EXPECT_EQ(entriesOf("/proc/self/task").size(), threads);
 }
 
 TEST_F(BrainMainApiTest, LearnsAndRemembersAcrossARestart) {
@@ -149,13 +140,13 @@ TEST_F(BrainMainApiTest, AStoppedEngineAnswersNothingAndTouchesNoFile) {
     ASSERT_EQ(brain_main_init(nullptr), 0);
     useTwoApps();
     ASSERT_EQ(brain_main_exit(), 0);
-    std::filesystem::remove_all(mDir.path());
+    mDir.remove();
     std::vector<std::string> packages = {"untouched"};
     LogCapture log(3);
     EXPECT_EQ(brain_main_app_preload_predict(packages), 0);
     EXPECT_THAT(packages, ElementsAre("untouched"));
     EXPECT_THAT(log.texts(), ElementsAre("INFO   call brain_main_app_preload_predict"));
-    EXPECT_FALSE(std::filesystem::exists(mDir.path()));
+    EXPECT_FALSE(mDir.exists(""));
 }
 
 TEST_F(BrainMainApiTest, AnEventThatTheHostHasDroppedIsGivenUpOnTheWorker) {
@@ -195,15 +186,15 @@ TEST_F(BrainMainApiTest, AThousandStartsAndStopsLeaveThreadsAndDescriptorsAsThey
     brain_main_init(nullptr);
     brain_main_exit();
     ASSERT_TRUE(workersHaveLeft());
-    const int threads = countEntries("/proc/self/task");
-    const int descriptors = countEntries("/proc/self/fd");
+    const size_t threads = entriesOf("/proc/self/task").size();
+    const size_t descriptors = entriesOf("/proc/self/fd").size();
     for (int round = 0; round < 1000; ++round) {
         ASSERT_EQ(brain_main_init(nullptr), 0);
         ASSERT_EQ(brain_main_exit(), 0);
     }
     EXPECT_TRUE(workersHaveLeft());
-    EXPECT_EQ(countEntries("/proc/self/task"), threads);
-    EXPECT_EQ(countEntries("/proc/self/fd"), descriptors);
+    EXPECT_EQ(entriesOf("/proc/self/task").size(), threads);
+    EXPECT_EQ(entriesOf("/proc/self/fd").size(), descriptors);
 }
 
 TEST_F(BrainMainApiThreads, PredictionsDuringEventsStopsAndStarts) {

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <regex>
 #include <sstream>
 #include <thread>
 
+#include "base/SimpleThread.h"
 #include "brain/BrainMainApi.h"
 #include "platform/SettableEnvironment.h"
 #include "platform/test/LogCapture.h"
@@ -68,7 +68,7 @@ class EngineLogTest : public testing::Test {
         }
     }
 
-    const int mHost = gettid();
+    const int mHost = SimpleThread::getTid();
     TempDir mDir;
     LogCapture mLog;
     std::ostringstream mSections;

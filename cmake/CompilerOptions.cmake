@@ -21,7 +21,16 @@ set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
 # every operation, so that every machine gives the same bits.
 add_compile_options(-stdlib=libc++ -ffp-contract=off)
 add_link_options(-stdlib=libc++ -fuse-ld=lld -Wl,--as-needed)
+
+# Hardened and small; docs/image.md has a table with the command that shows each property.
+add_compile_options(-fstack-protector-strong -ffunction-sections -fdata-sections)
+add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack,-z,text -Wl,-z,max-page-size=16384
+                 -Wl,--build-id=sha1 -Wl,--gc-sections)
+
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)  # the build folder may be moved
+if(KSBRAIN_ENGINE_ONLY)
+    set(CMAKE_SKIP_BUILD_RPATH ON)  # nothing of this machine in a library for the phone
+endif()
 
 set(KSBRAIN_SANITIZE "" CACHE STRING "sanitizers to build with, as for -fsanitize")
 if(KSBRAIN_SANITIZE)
@@ -33,6 +42,9 @@ if(KSBRAIN_SANITIZE)
         add_compile_options(-fno-sanitize=vptr,function)  # both need run-time type information
         add_link_options(-fno-sanitize=vptr,function)
     endif()
+else()
+    add_compile_options(-D_FORTIFY_SOURCE=2)  # sanitizers check the plain calls themselves
+    add_link_options(-Wl,--no-undefined)  # a sanitizer's run-time lies in the program
 endif()
 
 set(KSBRAIN_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wthread-safety -Werror)
@@ -63,6 +75,6 @@ function(ksbrain_test name)
     cmake_parse_arguments(TEST "" "" "LIBS" ${ARGN})
     add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
     target_compile_options(${name} PRIVATE ${KSBRAIN_WARNINGS} -fno-rtti)
-    target_link_libraries(${name} PRIVATE ${TEST_LIBS} test_support GTest::gmock GTest::gtest_main)
+    target_link_libraries(${name} PRIVATE ${TEST_LIBS} log_capture test_support GTest::gmock GTest::gtest_main)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
 endfunction()

@@ -1,9 +1,10 @@
 #!/bin/sh
-# Installs what building and testing needs on Debian, and does nothing when it is all there.
+# setup.sh [PACKAGE...]: installs what building and testing needs on Debian, and the packages named. Does
+# nothing when it is all there.
 set -eu
 
 packages="clang lld cmake ninja-build libc++-dev libc++abi-dev libclang-rt-dev googletest
-    libcli11-dev nlohmann-json3-dev catch2 android-liblog-dev"
+    libcli11-dev nlohmann-json3-dev catch2 android-liblog-dev pkg-config $*"
 
 missing=
 for package in $packages; do

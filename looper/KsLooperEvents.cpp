@@ -2,6 +2,10 @@
 
 #include "looper/KsLooper.h"
 
+#ifndef EPOLLWAKEUP  // as in the C library against which the platform builds for workstations
+#define EPOLLWAKEUP (1U << 29)
+#endif
+
 namespace {
 
 struct EventName {

@@ -110,8 +110,10 @@ TEST_F(KsLooperTest, ReadsADescriptorEmptyThatNobodyHandles) {
 }
 
 int hungUpPipe() {
-    int ends[2];
-    return pipe(ends), close(ends[1]), ends[0];
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(pipe(ends), 0);
+    close(ends[1]);
+    return ends[0];
 }
 
 TEST_F(KsLooperTest, ClosesWhatItMayNotHandle) {
@@ -178,7 +180,7 @@ TEST_F(KsLooperTest, ATurnEndsWhenTheWaitFails) {
 }
 
 TEST_F(KsLooperTest, ATerminatedLoopEndsWithinATurnAndRunsEveryCloseAction) {
-    const long before = openDescriptors();
+    const size_t before = openDescriptors();
     const sp<SocketTask> task(new StoryTask(looper));
     looper.addEventHandler(fd, task, EPOLLIN);
     EXPECT_EQ(task->getStrongCount(), 2);
@@ -252,7 +254,7 @@ TEST(KsLooperThreads, ADescriptorThatIsReadableWhenItIsAddedIsServed) {
 // Two loops at a time: the number that one of them closes the other may be opening.
 TEST(KsLooperThreads, LoopsThatAreWokenAndTerminatedAtOnceEndAndLeakNothing) {
     const LogCapture log(LEVEL_ERROR);
-    const long before = openDescriptors();
+    const size_t before = openDescriptors();
     const auto startAndStop = [] {
         for (int i = 0; i < 25; ++i) {
             StoryLooper looper(new KsTimer);

@@ -69,7 +69,7 @@ TEST(WorkerThreads, LetStartReturnWhenThereIsNothingToWaitFor) {
 
 // Two of them at a time; the exit is requested while others post, or before start() has returned.
 TEST(WorkerThreads, StartAndStopHundredsOfTimesAndLeakNothing) {
-    const long before = openDescriptors();
+    const size_t before = openDescriptors();
     const auto startAndStop = [] {
         for (int i = 0; i < 50; ++i) {
             const sp<LooperThread> worker(new LooperThread);

@@ -26,4 +26,5 @@ class Message : public RefBase {
     Handler* target;            // not owned; who made the message
     RefBase* object = nullptr;  // what `obj` holds
     sp<RefBase> obj;
+    void* reserved = nullptr;  // always null; part of the layout
 };

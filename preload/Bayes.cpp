@@ -1,6 +1,5 @@
 #include "preload/Bayes.h"
 
-#include <charconv>
 #include <numeric>
 
 #include "base/Logger.h"
@@ -20,12 +19,16 @@ std::string keyPrefix(int feature, int value) {
 // The class that a key names behind its prefix; -1 for text that the model would not write itself,
 // as a damaged file may hold ("007").
 int classOfKey(const std::string& key, size_t prefixLength) {
-    const char* const begin = key.data() + prefixLength;
-    const char* const end = key.data() + key.size();
-    if (begin == end || *begin < '0' || (*begin == '0' && end - begin > 1)) return -1;
-    int y = -1;
-    const auto result = std::from_chars(begin, end, y);
-    return result.ec == std::errc() && result.ptr == end ? y : -1;
+    if (prefixLength == key.size() || (key[prefixLength] == '0' && prefixLength + 1 < key.size())) {
+        return -1;
+    }
+    int y = 0;
+    for (size_t i = prefixLength; i < key.size(); ++i) {
+        if (key[i] < '0' || key[i] > '9') return -1;
+        y = 10 * y + (key[i] - '0');
+        if (y >= Bayes::MAX_CLASSES) return -1;
+    }
+    return y;
 }
 
 int rejectBatch(int error) {

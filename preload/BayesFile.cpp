@@ -1,7 +1,8 @@
 #include <atomic>
 #include <cerrno>
-#include <charconv>
 #include <cstdarg>
+#include <cstdint>
+#include <cstdio>
 #include <string_view>
 #include <utility>
 
@@ -77,10 +78,19 @@ class ModelText {
         mText += c;
         return *this;
     }
+    // By hand, as the phone's C++ library is older than <charconv> and models are large.
     ModelText& operator<<(int number) {
-        char digits[16];
-        const auto result = std::to_chars(digits, digits + sizeof(digits), number);
-        mText.append(digits, result.ptr);
+        char digits[11];  // with a sign, the longest there is
+        char* const end = digits + sizeof(digits);
+        char* begin = end;
+        uint32_t rest = static_cast<uint32_t>(number);
+        if (number < 0) rest = 0 - rest;
+        do {
+            *--begin = static_cast<char>('0' + rest % 10);
+            rest /= 10;
+        } while (rest != 0);
+        if (number < 0) *--begin = '-';
+        mText.append(begin, static_cast<size_t>(end - begin));
         return *this;
     }
     std::string& text() { return mText; }

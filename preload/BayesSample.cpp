@@ -1,5 +1,7 @@
 #include "preload/BayesSample.h"
 
+#include <time.h>
+
 #include "base/Environment.h"
 
 namespace {

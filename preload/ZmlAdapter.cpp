@@ -1,10 +1,12 @@
 #include "preload/ZmlAdapter.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <fstream>
 #include <map>
 #include <unordered_set>
+#include <utility>
 
 #include "base/Environment.h"
 #include "base/Logger.h"

@@ -67,9 +67,10 @@ bool isDirectory(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-std::vector<std::string> entriesOf(const char* path) {
+// The names in the working directory.
+std::vector<std::string> entries() {
     std::vector<std::string> names;
-    DIR* const directory = opendir(path);
+    DIR* const directory = opendir(".");
     if (directory == nullptr) return names;
     while (const dirent* entry = readdir(directory)) {
         const std::string name = entry->d_name;
@@ -102,6 +103,9 @@ std::string mirror(const std::string& name) {
 
 // For a system without "/data": a new root that holds everything of the old one, and it.
 std::string buildRoot(const std::string& directory) {
+    // Read from inside: an emulator shows its guest another "/".
+    if (chdir("/") != 0) return failure("cannot look at the root");
+    const std::vector<std::string> names = entries();
     // The new root is moved over the old one before it is filled. The process still sees the old
     // one under "/" and the new one as its working directory; no mount point is needed for longer.
     if (mount("tmpfs", directory.c_str(), "tmpfs", 0, "mode=0755") != 0) {
@@ -110,7 +114,7 @@ std::string buildRoot(const std::string& directory) {
     if (chdir(directory.c_str()) != 0 || mount(".", "/", nullptr, MS_MOVE, nullptr) != 0) {
         return failure("cannot move the new root into its place");
     }
-    for (const std::string& name : entriesOf("/")) {
+    for (const std::string& name : names) {
         const std::string error = mirror(name);
         if (!error.empty()) return error;
     }

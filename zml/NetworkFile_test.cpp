@@ -5,8 +5,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <filesystem>
-
 #include "platform/test/LogCapture.h"
 #include "platform/test/TempDir.h"
 #include "zml/Crc32.h"
@@ -15,8 +13,6 @@
 
 namespace zml {
 namespace {
-
-namespace fs = std::filesystem;
 
 class NetworkFileTest : public testing::Test {
   protected:
@@ -30,7 +26,7 @@ class NetworkFileTest : public testing::Test {
 
     // Whether a session that finds this file has a trained network.
     bool isTrained(const std::string& content) {
-        fs::remove(mDir.file("net.zml"));  // some file systems write through what is truncated
+        unlink(mDir.file("net.zml").c_str());  // some file systems write through what is truncated
         mDir.write("net.zml", content);
         return SessionState("net", TinyLearner::create).isNetworkTrained();
     }
@@ -76,12 +72,13 @@ TEST_F(NetworkFileTest, foreignFilesDoNotCountAsTrained) {
         mWhole + "x",
     };
     for (const std::string& content : foreign) EXPECT_FALSE(isTrained(content));
-    fs::resize_file(mDir.file("net.zml"), uintmax_t{1} << 40);  // more than can be allocated
+    // More than can be allocated.
+    ASSERT_EQ(truncate(mDir.file("net.zml").c_str(), off_t{1} << 40), 0);
     EXPECT_FALSE(SessionState("net", TinyLearner::create).isNetworkTrained());
 }
 
 TEST_F(NetworkFileTest, aFailedWriteKeepsTheOldNetwork) {
-    fs::create_symlink("/dev/full", mDir.file("net.zml.tmp"));
+    ASSERT_EQ(symlink("/dev/full", mDir.file("net.zml.tmp").c_str()), 0);
     EXPECT_FALSE(mFile.write({1, Bytes(10)}));
     EXPECT_FALSE(mFile.write({1, Bytes(5 << 20)}));  // more than is ever read
     EXPECT_EQ(mDir.read("net.zml"), mWhole);

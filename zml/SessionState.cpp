@@ -1,6 +1,7 @@
 #include "zml/SessionState.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/Environment.h"
 #include "zml/Log.h"

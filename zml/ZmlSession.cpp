@@ -1,5 +1,7 @@
 #include "zml/ZmlSession.h"
 
+#include <utility>
+
 #include "zml/SessionState.h"
 
 ZmlSession::ZmlSession(std::shared_ptr<zml::SessionState> state) : mState(std::move(state)) {}

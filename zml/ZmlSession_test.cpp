@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <fstream>
 #include <future>
 #include <thread>
 
+#include "base/SimpleThread.h"
 #include "platform/test/LogCapture.h"
 #include "platform/test/TempDir.h"
 #include "zml/SessionState.h"
@@ -58,9 +57,9 @@ class EndlessLearner : public zml::TinyLearner {
 std::atomic<bool> EndlessLearner::sBegun{false};
 
 bool hasTrainingThread() {
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    for (const std::string& task : entriesOf("/proc/self/task")) {
         std::string name;
-        std::ifstream(task.path() / "comm") >> name;
+        std::ifstream("/proc/self/task/" + task + "/comm") >> name;
         if (name == "zml-train") return true;
     }
     return false;
@@ -158,7 +157,7 @@ TEST_F(ZmlSessionTest, aNetworkThatCannotBeReadOrStoredIsReported) {
     ZmlSession& session = startFresh();
     EXPECT_FALSE(session.isNetworkTrained() || session.isNetworkTrained());
     EXPECT_EQ(mLog.count("not a network"), 1);
-    std::filesystem::remove_all(mDir.path());
+    mDir.remove();
     Training training;
     ASSERT_EQ(training.start(session), 0);
     EXPECT_EQ(training.result(), TRAINING_FAILED);
@@ -206,7 +205,7 @@ TEST_F(ZmlSessionThreads, theCallbackMayTrainAgainAndReleaseItsSession) {
     std::promise<void> released;
     int niceness = 0;
     Training second([&] {
-        niceness = getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
+        niceness = getpriority(PRIO_PROCESS, static_cast<id_t>(SimpleThread::getTid()));
         mManager.releaseSessionLocked(NAME);
         EXPECT_TRUE(startFresh().isNetworkTrained());
         released.set_value();

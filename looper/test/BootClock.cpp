@@ -10,7 +10,8 @@ std::atomic<long long> BootClock::sNow{-1};
 std::atomic<int> BootClock::sReadingsLeft{-1};
 
 // Takes the place of the C library's function in the whole program.
-extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+extern "C" int readClock(clockid_t clock, timespec* time) __asm__("clock_gettime");
+int readClock(clockid_t clock, timespec* time) {
     const long long now = BootClock::sNow;
     if (clock != CLOCK_BOOTTIME || now < 0) {
         return static_cast<int>(syscall(SYS_clock_gettime, clock, time));

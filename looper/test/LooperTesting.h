@@ -1,17 +1,14 @@
 #pragma once
 
-#include <android/log.h>
-
 #include <cstring>
-#include <filesystem>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <thread>
 #include <utility>
 
 #include "base/Callback.h"
 #include "platform/test/LogCapture.h"
+#include "platform/test/TempDir.h"
 
 // Makes a callback that owns a function, and so whatever that has captured.
 template <typename R>
@@ -50,7 +47,7 @@ class AtLogLine {
     AtLogLine(const char* part, std::function<void()> function) {
         sPart = part;
         sFunction = std::move(function);
-        __android_log_set_logger([](const __android_logger_data*, const char* message) {
+        mLog.tell([](const char* message) {
             if (sPart == nullptr || strstr(message, sPart) == nullptr) return;
             sPart = nullptr;
             std::thread(sFunction).join();
@@ -58,13 +55,12 @@ class AtLogLine {
     }
 
   private:
-    const LogCapture mLog;  // lets every line through, and puts the logger back
+    LogCapture mLog;  // lets every line through
     static inline const char* sPart;
     static inline std::function<void()> sFunction;
 };
 
 // How many descriptors the process has open.
-inline long openDescriptors() {
-    using std::filesystem::directory_iterator;
-    return std::distance(directory_iterator("/proc/self/fd"), directory_iterator());
+inline size_t openDescriptors() {
+    return entriesOf("/proc/self/fd").size();
 }

@@ -1,34 +1,45 @@
 #include "platform/test/LogCapture.h"
 
 #include <android/log.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
 #include <mutex>
 
 #include "base/Logger.h"
+#include "base/SimpleThread.h"
 
 namespace {
 
 std::mutex gLock;
 std::condition_variable gArrived;
 std::vector<LogCapture::Line> gLines;
+bool gCollecting = false;
+std::atomic<void (*)(const char*)> gListener{nullptr};
 
 std::condition_variable gHoldChanged;
 std::string gHeldText;  // empty: nobody is held
 bool gHeld = false;
 int gReleases = 0;
 
-void collect(const __android_logger_data* data, const char* message) {
+// False when nobody collects.
+bool collect(int priority, const char* module, const char* message) {
     std::unique_lock<std::mutex> lock(gLock);
-    gLines.push_back({data->priority, data->tag, message, gettid()});
+    if (!gCollecting) return false;
+    gLines.push_back({priority, module, message, SimpleThread::getTid()});
     gArrived.notify_all();
-    if (gHeldText.empty() || gLines.back().text.find(gHeldText) == std::string::npos) return;
+    if (gHeldText.empty() || gLines.back().text.find(gHeldText) == std::string::npos) {
+        return true;
+    }
     gHeld = true;
     gHoldChanged.notify_all();
     gHoldChanged.wait(lock, [releases = gReleases] { return gReleases != releases; });
+    return true;
 }
 
 int countLocked(const std::string& part) {
@@ -37,20 +48,41 @@ int countLocked(const std::string& part) {
     }));
 }
 
+void setCollecting(bool collecting) {
+    std::lock_guard<std::mutex> lock(gLock);
+    gCollecting = collecting;
+}
+
 }  // namespace
+
+// Takes the place of the log library's function in the whole program: the phone's log library
+// cannot be listened to.
+extern "C" int __android_log_print(int priority, const char* tag, const char* format, ...) {
+    char message[1024];
+    va_list args;
+    va_start(args, format);
+    const int length = vsnprintf(message, sizeof(message), format, args);
+    va_end(args);
+    if (void (*const listener)(const char*) = gListener) {
+        listener(message);
+    } else if (!collect(priority, tag, message)) {
+        fprintf(stderr, "%s %c %s\n", tag, "??VDIWEF"[priority], message);
+    }
+    return length;
+}
 
 LogCapture::LogCapture(int level) {
     Logger::getInstance();  // so that its own first line is not among those collected
     clear();
-    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
-    __android_log_set_logger(collect);
+    setCollecting(true);
     setenv("DYNAMIC_LOGLEVEL_ENV", std::to_string(level).c_str(), 1);
 }
 
 LogCapture::~LogCapture() {
     release();
     setenv("DYNAMIC_LOGLEVEL_ENV", "4", 1);
-    __android_log_set_logger(__android_log_stderr_logger);
+    gListener = nullptr;
+    setCollecting(false);
 }
 
 std::vector<LogCapture::Line> LogCapture::lines() const {
@@ -78,6 +110,10 @@ bool LogCapture::waitFor(const std::string& part, int times) const {
 void LogCapture::clear() {
     std::lock_guard<std::mutex> lock(gLock);
     gLines.clear();
+}
+
+void LogCapture::tell(void (*listener)(const char* message)) {
+    gListener = listener;
 }
 
 void LogCapture::hold(const std::string& part) {

@@ -35,6 +35,9 @@ class LogCapture {
 
     void clear();
 
+    // Calls `listener` on the logging thread from now on, in place of collecting.
+    void tell(void (*listener)(const char* message));
+
     // Stops every thread that logs a line containing `part`, right after it has logged it, until
     // step() or release(): so a test decides what happens before that thread goes on.
     void hold(const std::string& part);

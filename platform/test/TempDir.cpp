@@ -1,20 +1,34 @@
 #include "platform/test/TempDir.h"
 
-#include <cstdlib>
-#include <filesystem>
+#include <dirent.h>
+#include <ftw.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 
 #include "platform/SettableEnvironment.h"
 
-TempDir::TempDir() : mPath((std::filesystem::temp_directory_path() / "ksbrain-XXXXXX").string()) {
+TempDir::TempDir() {
+    const char* const directory = getenv("TMPDIR");
+    mPath = std::string(directory == nullptr ? "/tmp" : directory) + "/ksbrain-XXXXXX";
     if (mkdtemp(mPath.data()) == nullptr) abort();
     environment::setDataDirectory(mPath);
 }
 
 TempDir::~TempDir() {
-    std::error_code ignored;
-    std::filesystem::remove_all(mPath, ignored);
+    remove();
+}
+
+void TempDir::remove() const {
+    const auto removeEntry = [](const char* path, const struct stat*, int, FTW*) {
+        return ::remove(path);
+    };
+    nftw(mPath.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS);
 }
 
 std::string TempDir::read(const std::string& name) const {
@@ -28,5 +42,17 @@ void TempDir::write(const std::string& name, const std::string& content) const {
 }
 
 bool TempDir::exists(const std::string& name) const {
-    return std::filesystem::exists(file(name));
+    return access(file(name).c_str(), F_OK) == 0;
+}
+
+std::vector<std::string> entriesOf(const std::string& directory) {
+    std::vector<std::string> names;
+    DIR* const stream = opendir(directory.c_str());
+    while (const dirent* const entry = stream == nullptr ? nullptr : readdir(stream)) {
+        if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0) {
+            names.push_back(entry->d_name);
+        }
+    }
+    if (stream != nullptr) closedir(stream);
+    return names;
 }

@@ -16,12 +16,11 @@ namespace {
     dup2(open(streams.file("out").c_str(), O_WRONLY | O_CREAT, 0600), STDOUT_FILENO);
     dup2(open(streams.file("err").c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO);
     setenv("TZ", "UTC", 1);
-    std::vector<char*> argv = {const_cast<char*>("ksbrain")};
-    for (const std::string& argument : arguments) {
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    }
+    std::vector<const char*> argv = {KSBRAIN_PROGRAM};
+    if (*KSBRAIN_EMULATOR != 0) argv.insert(argv.begin(), KSBRAIN_EMULATOR);
+    for (const std::string& argument : arguments) argv.push_back(argument.c_str());
     argv.push_back(nullptr);
-    execv(KSBRAIN_PROGRAM, argv.data());
+    execv(argv[0], const_cast<char**>(argv.data()));
     _exit(127);
 }
 

@@ -42,7 +42,7 @@ size_t draw(zml::Random& random, size_t limit) {
 
 // Bits turned, bytes overwritten with telling values, the file cut, lengthened or shifted.
 void mutate(zml::Random& random, std::string& file) {
-    static constexpr char TELLING[] = {0, 1, 29, 30, 31, 127, -128, -1};
+    static constexpr char TELLING[] = {0, 1, 29, 30, 31, 127, '\x80', '\xff'};
     const size_t changes = 1 + draw(random, 4);
     for (size_t i = 0; i < changes && !file.empty(); ++i) {
         // Every second change meets the first bytes, where the numbers are.

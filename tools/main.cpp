@@ -2,9 +2,9 @@
 #include <cstdio>
 #include <exception>
 
-#include "tools/InputError.h"
-#include "tools/ReplayCommand.h"
-#include "tools/ServeCommand.h"
+#include "tools/common/InputError.h"
+#include "tools/replay/ReplayCommand.h"
+#include "tools/serve/ServeCommand.h"
 
 namespace {
 

@@ -15,8 +15,8 @@
 #include <string>
 #include <thread>
 
-#include "tools/DataDirectory.h"
-#include "tools/InputError.h"
+#include "tools/common/DataDirectory.h"
+#include "tools/common/InputError.h"
 #include "tools/kills/StoredFiles.h"
 
 // ksbrain-kills: kills replays at random moments, starts each again on the same directory, and

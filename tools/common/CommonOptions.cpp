@@ -1,0 +1,25 @@
+#include "tools/common/CommonOptions.h"
+
+#include <CLI/CLI.hpp>
+
+#include "tools/common/EngineLog.h"
+#include "tools/common/InputError.h"
+
+CLI::App* addVerb(CLI::App& program, const std::string& name, const std::string& description,
+                  const std::vector<Example>& examples) {
+    CLI::App* const verb = program.add_subcommand(name, description);
+    std::string footer = "Examples:";
+    for (const Example& example : examples) {
+        footer += "\n  " + example.command + "\n      " + example.effect;
+    }
+    verb->footer(footer);
+    return verb;
+}
+
+void addLogOption(CLI::App& verb, int& level) {
+    verb.add_option_function<std::string>(
+            "--log", [&level](const std::string& text) { level = parseLogLevel(text); },
+            "Show the engine's log on standard error from this level on:\n"
+            "1 to 8, or trace, debug, info, warning, error, fatal, critical")
+        ->type_name("LEVEL");
+}

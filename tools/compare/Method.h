@@ -1,0 +1,39 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+#include "tools/replay/ChargingPlan.h"
+#include "tools/trace/Trace.h"
+
+// What can be asked which application comes next: the engine, its two predictors alone, and simple
+// rules to hold them against.
+enum class Method { ENGINE, BAYES, NETWORK, MOST_USED, MOST_RECENT, ORDER_1, ORDER_2 };
+
+constexpr std::array<Method, 7> METHODS = {Method::ENGINE,    Method::BAYES,       Method::NETWORK,
+                                           Method::MOST_USED, Method::MOST_RECENT, Method::ORDER_1,
+                                           Method::ORDER_2};
+
+// The key in JSON ("engine", "most_used") and the name for a person ("most used").
+const char* methodKey(Method method);
+const char* methodName(Method method);
+
+// What a method said before an opening.
+struct Guess {
+    uint32_t length;  // names on its list; 0 when it had no answer
+    uint32_t rank;    // of the application that was opened, from 1; 0 when it is not on the list
+    bool network;     // whether the sequence network made the list
+};
+
+// Called for each opening in order, with what the method had said before it. Returning false stops
+// the run.
+using GuessListener = std::function<bool(size_t row, const Guess& guess)>;
+
+// Runs the method over a trace, each opening predicted from what came before it only. The engine's
+// clock and data directory are the process's: one run at a time. `trained` is called when a
+// training of the network has ended, with the row of the opening before; it may be empty. Returns
+// false when the listener stopped it.
+bool runMethod(Method method, const Trace& trace, const ChargingPlan& plan,
+               const GuessListener& listener, const std::function<void(size_t row)>& trained = {});

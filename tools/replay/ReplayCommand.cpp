@@ -1,0 +1,99 @@
+#include "tools/replay/ReplayCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "tools/common/CommonOptions.h"
+#include "tools/common/DataDirectory.h"
+#include "tools/common/EngineLog.h"
+#include "tools/common/InputError.h"
+#include "tools/common/Interrupt.h"
+#include "tools/common/Output.h"
+#include "tools/common/ProgressBar.h"
+#include "tools/replay/Moments.h"
+#include "tools/replay/Replayer.h"
+#include "tools/replay/ResultTable.h"
+#include "tools/trace/Trace.h"
+
+namespace {
+
+struct Options {
+    std::string trace;
+    std::optional<std::string> dataDirectory;
+    ChargingPlan charging = ChargingPlan::always();
+    size_t moments = 0;
+    bool json = false;
+    bool quiet = false;
+    int logLevel = 0;  // 0 for no log
+};
+
+int replay(const Options& options) {
+    const Trace trace = Trace::read(options.trace);
+    if (options.logLevel == 0) {
+        silenceEngineLog();
+    } else {
+        showEngineLog(options.logLevel);
+    }
+    catchInterrupts();
+
+    Moments moments(trace, options.moments);
+    std::optional<ReplayResult> result;
+    {
+        std::optional<TemporaryDirectory> temporary;
+        if (options.dataDirectory) {
+            prepareDataDirectory(*options.dataDirectory);
+        } else {
+            temporary.emplace();
+        }
+        Replayer replayer(options.charging, temporary ? temporary->path() : *options.dataDirectory);
+        replayer.setStopped([] { return interruptSignal() != 0; });
+        ProgressBar progress(!options.quiet && options.logLevel == 0, trace.size());
+        result = replayer.run(trace, [&](size_t row, const std::vector<std::string>& answer) {
+            progress.update(row + 1);
+            if (moments.isDue(row, answer)) {
+                moments.add(row, answer, replayer.networkAnswered(answer));
+            }
+            return interruptSignal() == 0;
+        });
+    }
+    if (!result) return EXIT_SIGNALLED + interruptSignal();
+    writeOutput(options.json ? resultJson(*result) : moments.text() + resultTable(*result));
+    return 0;
+}
+
+}  // namespace
+
+void addReplayCommand(CLI::App& program, int& status) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* const verb = program.add_subcommand(
+        "replay", "Run a recorded trace through the preload model, in the trace's own time");
+    verb->add_option(
+            "TRACE", options->trace,
+            "A .csv file with the header time,package (seconds since the epoch or ISO 8601,\n"
+            "local time without a zone), or a .txt file with a name a line")
+        ->required()
+        ->type_name("");
+    verb->add_option("--data-dir", options->dataDirectory,
+                     "Load the engine's files from this directory and leave them there\n"
+                     "(default: a temporary one)")
+        ->type_name("DIR");
+    verb->add_option_function<std::string>(
+            "--charging",
+            [options](const std::string& text) { options->charging = ChargingPlan::parse(text); },
+            "When the device charges: always, never, or each day from HH:MM to HH:MM\n"
+            "local time (default: always)")
+        ->type_name("always|never|HH:MM-HH:MM");
+    CLI::Option* const json =
+        verb->add_flag("--json", options->json, "Print one JSON object instead of the table");
+    verb->add_option("--moments", options->moments,
+                     "Show at so many moments what was predicted and what was opened next")
+        ->type_name("N")
+        ->check(CLI::Range(1, 1000))
+        ->excludes(json);
+    verb->add_flag("--quiet", options->quiet, "Show no progress bar");
+    addLogOption(*verb, options->logLevel);
+    verb->callback([options, &status] { status = replay(*options); });
+}

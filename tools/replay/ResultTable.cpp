@@ -1,0 +1,62 @@
+#include "tools/replay/ResultTable.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include "tools/common/JsonLine.h"
+#include "tools/common/Text.h"
+
+namespace {
+
+std::string count(int number) {
+    return grouped(static_cast<uint64_t>(number));
+}
+
+std::string predictorRow(const char* name, const PredictorScore& score) {
+    const auto rate = [&](int hits) {
+        return percentage(static_cast<uint64_t>(hits), static_cast<uint64_t>(score.opened));
+    };
+    char row[160];
+    snprintf(row, sizeof(row), "%-18s%10s%12s%9s%12s%9s\n", name, count(score.opened).c_str(),
+             count(score.top1).c_str(), rate(score.top1).c_str(), count(score.top4).c_str(),
+             rate(score.top4).c_str());
+    return row;
+}
+
+std::string totalRow(const char* name, const std::string& value, const std::string& remark = "") {
+    char row[160];
+    snprintf(row, sizeof(row), "%-18s%10s%s\n", name, value.c_str(), remark.c_str());
+    return row;
+}
+
+Json scoreJson(const PredictorScore& score) {
+    return {{"opened", score.opened}, {"top1", score.top1}, {"top4", score.top4}};
+}
+
+}  // namespace
+
+std::string resultTable(const ReplayResult& result) {
+    char seconds[32];
+    snprintf(seconds, sizeof(seconds), "%.2f s", result.duration.count());
+    const std::string rule(70, '-');
+    return "predictor             scored   top-1 hits     rate  top-4 hits     rate\n" + rule +
+           "\n" + predictorRow("Bayes", result.bayes) +
+           predictorRow("sequence network", result.network) + rule + "\n" +
+           totalRow("openings", grouped(result.openings),
+                    "   of " + count(result.apps) + " apps in the table, " +
+                        grouped(result.predictions) + " answered with a prediction") +
+           totalRow("trainings", count(result.trainings)) + totalRow("time taken", seconds);
+}
+
+std::string resultJson(const ReplayResult& result) {
+    Json network = scoreJson(result.network);
+    network["trainings"] = result.trainings;
+    Json object;
+    object["openings"] = result.openings;
+    object["predictions"] = result.predictions;
+    object["bayes"] = scoreJson(result.bayes);
+    object["network"] = network;
+    object["apps"] = result.apps;
+    object["seconds"] = std::round(result.duration.count() * 1000) / 1000;
+    return jsonLine(object);
+}

@@ -1,0 +1,147 @@
+// A daemon as others build it: from the public headers, linked with libksbrain.so and with nothing
+// else of the engine. It is compiled twice, with exceptions and run-time type information and
+// without either. The library has neither; what each side makes, the other calls, counts and
+// destroys.
+
+#include <semaphore.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "brain/BrainMainApi.h"
+#include "tools/serve/PrivateRoot.h"
+
+#if defined(__cpp_rtti)
+#include <typeinfo>
+#endif
+
+namespace {
+
+constexpr int32_t CODE_FOREGROUND = 4;
+constexpr int SENT = 40;
+constexpr int SKIPPED = 77;
+
+// Long names, so that their memory changes hands.
+const std::vector<std::string> PACKAGES = {"com.example.mail.with.attachments",
+                                           "com.example.maps.of.every.country"};
+
+std::atomic<int> destroyed{0};
+std::atomic<int> caught{0};
+sem_t handled;
+
+void require(bool condition, const char* what) {
+    if (condition) return;
+    fprintf(stderr, "failed: %s\n", what);
+    _exit(1);
+}
+
+bool isDaemonEvent(const RefBase* object);
+
+// Whatever is thrown in here is caught in here: the library's frames must not be unwound.
+void throwAndCatch() {
+#if defined(__cpp_exceptions)
+    struct Refused {};
+    try {
+        throw Refused();
+    } catch (const Refused&) {
+        ++caught;
+    }
+#else
+    ++caught;
+#endif
+}
+
+// An event of a class that the library does not know. The engine's worker runs its hook and its
+// destructor.
+class DaemonEvent : public BrainEvent {
+  public:
+    const char* getName() const override { return "DaemonEvent"; }
+    ~DaemonEvent() override {
+        ++destroyed;
+        sem_post(&handled);
+    }
+
+    void onLastRef() const override {
+        require(isDaemonEvent(this), "the event is of its class on the worker");
+        throwAndCatch();
+    }
+};
+
+bool isDaemonEvent(const RefBase* object) {
+#if defined(__cpp_rtti)
+    if (typeid(*object) != typeid(DaemonEvent)) return false;
+    if (dynamic_cast<const DaemonEvent*>(object) == nullptr) return false;
+#endif
+    return strcmp(object->getName(), "DaemonEvent") == 0;
+}
+
+// A child that goes through exit() must not stop the engine, which is its parent's.
+void leaveInAChild() {
+    const pid_t child = fork();
+    if (child == 0) exit(0);
+    int status = -1;
+    waitpid(child, &status, 0);
+    require(status == 0, "a forked child ends");
+}
+
+sp<BrainEvent> opening(const std::string& package) {
+    sp<BrainEvent> event(new DaemonEvent);
+    event->type = CODE_FOREGROUND;
+    event->package = package;
+    event->packageList = PACKAGES;
+    event->hasPackageList = 1;
+    return event;
+}
+
+void drive() {
+    sp<BrainEvent> kept = opening(PACKAGES[0]);
+    require(brain_main_send_data(kept) == -1, "a stopped engine refuses events");
+
+    require(brain_main_init(&handled) == 0, "the engine starts");
+    leaveInAChild();
+    for (size_t i = 0; i < SENT; ++i) {
+        sp<BrainEvent> event = opening(PACKAGES[i % 2]);
+        require(brain_main_send_data(event) == 0, "an event is taken");
+        event.reset();
+        while (sem_wait(&handled) != 0) {
+        }
+    }
+    require(caught == SENT && destroyed == SENT, "every event ends once, in its own class");
+
+    std::vector<std::string> preload = {"what was in here before the prediction"};
+    require(brain_main_app_preload_predict(preload) == 0, "a prediction is answered");
+    require(preload == PACKAGES, "the application that is not in front is the first to preload");
+
+    require(brain_main_send_data(kept) == 0, "an event that the host keeps is taken");
+    require(brain_main_exit() == 0, "the engine stops");
+    require(kept->getStrongCount() == 1, "the host alone holds what it has kept");
+    require(isDaemonEvent(kept.get()) && kept->packageList == PACKAGES,
+            "what it has kept is whole");
+}
+
+}  // namespace
+
+int main() {
+    const std::string refusal = privateRootRefusal();
+    if (!refusal.empty()) {
+        fprintf(stderr, "skipped: %s\n", refusal.c_str());
+        return SKIPPED;
+    }
+    std::string data = std::filesystem::temp_directory_path() / "ksbrain-XXXXXX";
+    require(mkdtemp(data.data()) != nullptr, "there is a temporary directory");
+    const std::string error = enterPrivateRoot(data);
+    require(error.empty(), error.c_str());
+
+    sem_init(&handled, 0, 0);
+    drive();
+    std::error_code ignored;
+    std::filesystem::remove_all(data, ignored);
+    return 0;
+}

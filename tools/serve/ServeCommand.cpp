@@ -1,0 +1,143 @@
+#include "tools/serve/ServeCommand.h"
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "tools/common/CommonOptions.h"
+#include "tools/common/DataDirectory.h"
+#include "tools/common/EngineLog.h"
+#include "tools/common/InputError.h"
+#include "tools/common/Interrupt.h"
+#include "tools/common/Output.h"
+#include "tools/serve/EngineLibrary.h"
+#include "tools/serve/PrivateRoot.h"
+#include "tools/serve/ServeConversation.h"
+#include "tools/trace/LineReader.h"
+
+namespace {
+
+constexpr size_t MAX_LINE = 16 * 1024 * 1024;
+constexpr char DATA_DIRECTORY[] = "/data/system/korvi_system";
+constexpr char LEVEL_VARIABLE[] = "DYNAMIC_LOGLEVEL_ENV";
+
+struct Options {
+    std::string library;
+    std::optional<std::string> root;
+    int logLevel = 0;  // 0 for no log
+};
+
+void prepareRoot(const std::optional<std::string>& root) {
+    if (root) {
+        prepareDataDirectory(*root);
+        const std::string error = enterPrivateRoot(*root);
+        if (!error.empty()) throw std::runtime_error(*root + ": no /data of its own: " + error);
+    } else if (!canHoldData(DATA_DIRECTORY)) {
+        fprintf(stderr, "%s cannot be written: predictions will be empty (--root DIR helps)\n",
+                DATA_DIRECTORY);
+    }
+}
+
+void setUpLog(const EngineLibrary& engine, int level) {
+    silenceEngineLog();
+    if (level == 0) return;
+    // The library's logger sets the variable once, when it is first used: that is brought about by
+    // a call that the stopped engine refuses. From then on the variable is the host's.
+    sp<BrainEvent> none;
+    engine.sendData(none);
+    setenv(LEVEL_VARIABLE, std::to_string(level).c_str(), 1);
+    openPlatformLog();
+}
+
+// Stops the engine however the conversation ends.
+class RunningEngine {
+  public:
+    explicit RunningEngine(const EngineLibrary& engine) : mEngine(engine) {
+        if (mEngine.init(nullptr) != 0) throw std::runtime_error("the engine cannot be started");
+    }
+    ~RunningEngine() { mEngine.exit(); }
+
+  private:
+    RunningEngine(const RunningEngine&) = delete;
+    RunningEngine& operator=(const RunningEngine&) = delete;
+
+    const EngineLibrary& mEngine;
+};
+
+int converse(const EngineLibrary& engine) {
+    ServeConversation conversation(engine);
+    LineReader input(STDIN_FILENO, MAX_LINE, interruptDescriptor());
+    std::string line;
+    while (!conversation.ended()) {
+        switch (input.next(line)) {
+            case LineReader::Status::LINE:
+                writeOutput(conversation.answer(line));
+                break;
+            case LineReader::Status::TOO_LONG:
+                writeOutput(conversation.refuseTooLong(MAX_LINE));
+                break;
+            case LineReader::Status::END:
+                return 0;
+            case LineReader::Status::STOPPED:
+                return EXIT_SIGNALLED + interruptSignal();
+            case LineReader::Status::FAILED:
+                throw std::runtime_error(std::string("standard input cannot be read: ") +
+                                         strerror(errno));
+        }
+    }
+    return 0;
+}
+
+int serve(const Options& options) {
+    const std::string path = options.library.empty()
+                                 ? defaultEnginePath()
+                                 : std::filesystem::absolute(options.library).string();
+    // Loaded first: the library may lie where the private root covers it. It has no thread yet.
+    const EngineLibrary engine = loadEngine(path);
+    prepareRoot(options.root);
+    setUpLog(engine, options.logLevel);
+    catchInterrupts();
+    signal(SIGPIPE, SIG_IGN);  // a reader that is gone shows as a failed write
+    const RunningEngine running(engine);
+    return converse(engine);
+}
+
+constexpr char FOOTER[] =
+    "One JSON object a line on standard input, one answer a line on standard output:\n"
+    "  {\"open\":\"com.a\",\"packages\":[\"com.a\",\"com.b\"]}   {\"ok\":true}\n"
+    "      com.a came to the front; packages, all that are installed, may be left out\n"
+    "  {\"charging\":true}                               {\"ok\":true}\n"
+    "  {\"event\":12}                                    {\"ok\":true}\n"
+    "      an event of that code, otherwise empty\n"
+    "  {\"predict\":true}                                {\"predict\":[\"com.b\",\"com.a\"]}\n"
+    "  {\"exit\":true}                                   {\"ok\":true}\n"
+    "      as the end of the input does\n"
+    "An event is answered when the engine has handled it, a line that cannot be used with\n"
+    "{\"error\":\"line 4: ...\"}.";
+
+}  // namespace
+
+void addServeCommand(CLI::App& program, int& status) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* const verb = program.add_subcommand(
+        "serve", "Load libksbrain.so as a phone's daemon does, and drive it line by line");
+    verb->add_option("--library", options->library,
+                     "The library to load (default: libksbrain.so beside this program)")
+        ->type_name("PATH");
+    verb->add_option("--root", options->root,
+                     "Give the library a /data of its own, kept in this directory")
+        ->type_name("DIR");
+    addLogOption(*verb, options->logLevel);
+    verb->footer(FOOTER);
+    verb->callback([options, &status] { status = serve(*options); });
+}

@@ -9,7 +9,22 @@ namespace {
 
 constexpr size_t BUFFER_SIZE = 64 * 1024;
 
+// Waits for the descriptor to be readable. Returns false when `stopDescriptor` is so too.
+bool waitFor(int descriptor, int stopDescriptor) {
+    for (;;) {
+        pollfd ready[] = {{descriptor, POLLIN, 0}, {stopDescriptor, POLLIN, 0}};
+        if (poll(ready, 2, -1) >= 0) return ready[1].revents == 0;
+        if (errno != EINTR) return true;  // reading will say what is wrong
+    }
+}
+
 }  // namespace
+
+LineReader::LineReader(int descriptor, size_t maxLength, int stopDescriptor)
+    : mDescriptor(descriptor),
+      mStopDescriptor(stopDescriptor),
+      mSource([descriptor](char* to, size_t size) { return read(descriptor, to, size); }),
+      mMaxLength(maxLength) {}
 
 LineReader::Status LineReader::next(std::string& line) {
     line.clear();
@@ -18,7 +33,10 @@ LineReader::Status LineReader::next(std::string& line) {
     for (;;) {
         if (mPosition == mBuffer.size()) {
             const Status status = fill();
-            if (status == Status::END && begun) return tooLong ? Status::TOO_LONG : Status::LINE;
+            if (status == Status::END && begun) {
+                mCut = true;
+                return tooLong ? Status::TOO_LONG : Status::LINE;
+            }
             if (status != Status::LINE) return status;
         }
         begun = true;
@@ -34,14 +52,9 @@ LineReader::Status LineReader::next(std::string& line) {
 // LINE when there is something more to read.
 LineReader::Status LineReader::fill() {
     for (;;) {
-        pollfd ready[] = {{mDescriptor, POLLIN, 0}, {mStopDescriptor, POLLIN, 0}};
-        if (poll(ready, 2, -1) < 0) {
-            if (errno == EINTR) continue;
-            return Status::FAILED;
-        }
-        if (ready[1].revents != 0) return Status::STOPPED;
+        if (mDescriptor >= 0 && !waitFor(mDescriptor, mStopDescriptor)) return Status::STOPPED;
         mBuffer.resize(BUFFER_SIZE);
-        const ssize_t count = read(mDescriptor, mBuffer.data(), mBuffer.size());
+        const ssize_t count = mSource(mBuffer.data(), mBuffer.size());
         mBuffer.resize(count > 0 ? static_cast<size_t>(count) : 0);
         mPosition = 0;
         if (count > 0) return Status::LINE;

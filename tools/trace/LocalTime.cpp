@@ -35,6 +35,12 @@ time_t utcMoment(const ClockReading& reading) {
     return timegm(&utc);
 }
 
+ClockReading utcReading(time_t moment) {
+    tm utc{};
+    gmtime_r(&moment, &utc);
+    return {utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec};
+}
+
 std::vector<time_t> localMoments(const ClockReading& reading) {
     const time_t asUtc = utcMoment(reading);
     std::vector<time_t> moments;

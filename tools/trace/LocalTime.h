@@ -18,6 +18,9 @@ constexpr time_t SECONDS_PER_DAY = 24 * 60 * 60;
 // Whether the calendar has that date and the day that time; 23:59:60 is refused.
 bool exists(const ClockReading& reading);
 
+// What clocks on UTC show at a moment; the inverse of utcMoment().
+ClockReading utcReading(time_t moment);
+
 // The moment at which clocks on UTC show the reading, in seconds since the epoch.
 time_t utcMoment(const ClockReading& reading);
 

@@ -1,23 +1,23 @@
 #pragma once
 
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "tools/trace/TraceTime.h"
 
 // A recorded trace: which name came to the front, and when, in the order in which it happened.
-//
-// A .csv file has the header `time,package` and a row for each opening; the times (see TraceTime.h)
-// do not run backwards. The name is what stands behind the first comma, unless a double quote
-// begins it: then it is quoted as RFC 4180 says. A .txt file has a name a line and no times: its
-// openings are taken to lie one minute apart from 2024-01-01T00:00:00Z. Names are kept as they
-// stand.
+// Names are kept as they stand.
 class Trace {
   public:
-    // Reads and checks the whole file. Throws InputError, "FILE:17: what is wrong".
+    // Reads a file that holds one person's openings; see TraceFile.h. Throws InputError,
+    // "FILE:17: what is wrong".
     static Trace read(const std::string& path);
 
-    // The number of openings, at least one.
+    // REQUIRES: the time is not before the last.
+    void add(TraceTime time, const std::string& name);
+
+    // The number of openings, at least one once it has been read.
     size_t size() const { return mOpenings.size(); }
     TraceTime time(size_t row) const { return mOpenings[row].time; }
     const std::string& name(size_t row) const { return mNames[mOpenings[row].name]; }
@@ -26,8 +26,6 @@ class Trace {
     const std::vector<std::string>& names() const { return mNames; }
 
   private:
-    friend class TraceReader;
-
     struct Opening {
         TraceTime time;
         size_t name;  // its place in mNames
@@ -35,4 +33,5 @@ class Trace {
 
     std::vector<Opening> mOpenings;
     std::vector<std::string> mNames;
+    std::unordered_map<std::string, size_t> mPlaces;  // of the names in mNames
 };

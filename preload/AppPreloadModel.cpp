@@ -32,11 +32,6 @@ constexpr const char* EXCLUDED_PACKAGES[] = {
     "com.android.packageinstaller",
 };
 
-bool isExcluded(const std::string& package) {
-    return std::find(std::begin(EXCLUDED_PACKAGES), std::end(EXCLUDED_PACKAGES), package) !=
-           std::end(EXCLUDED_PACKAGES);
-}
-
 std::string evaluationPath() {
     return environment::dataDirectory() + "/AppPreloadEvaluation";
 }
@@ -230,4 +225,9 @@ int AppPreloadModel::trainingsReady() {
 
 int AppPreloadModel::appCount() {
     return mBayesAdapter.appCount();
+}
+
+bool AppPreloadModel::isExcluded(const std::string& package) {
+    return std::find(std::begin(EXCLUDED_PACKAGES), std::end(EXCLUDED_PACKAGES), package) !=
+           std::end(EXCLUDED_PACKAGES);
 }

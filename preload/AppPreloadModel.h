@@ -56,6 +56,9 @@ class AppPreloadModel : public BrainDataListener {
     // The number of packages the engine knows.
     int appCount();
 
+    // Whether openings of the package are ignored.
+    static bool isExcluded(const std::string& package);
+
   private:
     enum Status : int32_t {
         STATUS_WORKING = 0,

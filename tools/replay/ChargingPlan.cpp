@@ -1,5 +1,7 @@
 #include "tools/replay/ChargingPlan.h"
 
+#include <cstdio>
+
 #include "tools/common/InputError.h"
 #include "tools/common/Text.h"
 #include "tools/trace/LocalTime.h"
@@ -44,6 +46,14 @@ ChargingPlan ChargingPlan::parse(const std::string& text) {
         throw InputError("the window " + text + " ends where it starts");
     }
     return plan;
+}
+
+std::string ChargingPlan::text() const {
+    if (!mHasWindow) return mCharging ? "always" : "never";
+    char window[64];
+    snprintf(window, sizeof(window), "%02d:%02d-%02d:%02d", mStart / 3600, mStart / 60 % 60,
+             mEnd / 3600, mEnd / 60 % 60);
+    return window;
 }
 
 bool ChargingPlan::chargingAt(time_t moment) const {

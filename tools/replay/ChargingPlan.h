@@ -15,6 +15,9 @@ class ChargingPlan {
     // "always", "never" or a window as "23:00-07:00". Throws InputError.
     static ChargingPlan parse(const std::string& text);
 
+    // As parse() reads it.
+    std::string text() const;
+
     bool chargingAt(time_t moment) const;
 
     // The first moment after `moment` at which the state is another; nothing when there is none.

@@ -36,6 +36,7 @@ TEST(ChargingPlan, WindowIncludesItsStartAndExcludesItsEnd) {
     useZone("UTC");
     for (const char* text : {"22:30-06:00", "06:00-22:30"}) {
         const ChargingPlan plan = ChargingPlan::parse(text);
+        EXPECT_EQ(plan.text(), text);
         const bool overMidnight = text[0] == '2';
         EXPECT_EQ(plan.chargingAt(22 * HOUR + 1799), !overMidnight) << text;
         EXPECT_EQ(plan.chargingAt(22 * HOUR + 1800), overMidnight) << text;

@@ -1,8 +1,11 @@
 #include "tools/replay/Moments.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <ctime>
 
+#include "tools/common/Colour.h"
 #include "tools/common/Text.h"
 
 namespace {
@@ -44,7 +47,10 @@ std::string Moments::describe(const Moment& moment) const {
                        (moment.fromNetwork ? "network" : "Bayes") + "):";
     for (const std::string& name : moment.predicted) text += "  " + printable(name);
     text += "\n    opened next: " + printable(next);
-    if (hit == moment.predicted.begin()) return text + "  -> hit, the first\n\n";
-    if (hit == moment.predicted.end()) return text + "  -> missed\n\n";
-    return text + "  -> hit, number " + std::to_string(hit - moment.predicted.begin() + 1) + "\n\n";
+    const auto end = [&](const std::string& verdict, Colour colour) {
+        return text + "  -> " + coloured(verdict, colour, STDOUT_FILENO) + "\n\n";
+    };
+    if (hit == moment.predicted.begin()) return end("hit, the first", Colour::GREEN);
+    if (hit == moment.predicted.end()) return end("missed", Colour::YELLOW);
+    return end("hit, number " + std::to_string(hit - moment.predicted.begin() + 1), Colour::GREEN);
 }

@@ -13,15 +13,17 @@
 #include "tools/common/Interrupt.h"
 #include "tools/common/Output.h"
 #include "tools/common/ProgressBar.h"
+#include "tools/replay/ChargingOption.h"
 #include "tools/replay/Moments.h"
 #include "tools/replay/Replayer.h"
 #include "tools/replay/ResultTable.h"
-#include "tools/trace/Trace.h"
+#include "tools/trace/TraceFlags.h"
 
 namespace {
 
 struct Options {
     std::string trace;
+    TraceOptions reading;
     std::optional<std::string> dataDirectory;
     ChargingPlan charging = ChargingPlan::always();
     size_t moments = 0;
@@ -31,7 +33,8 @@ struct Options {
 };
 
 int replay(const Options& options) {
-    const Trace trace = Trace::read(options.trace);
+    const NamedTrace named = readOneTrace(options.trace, options.reading, options.quiet);
+    const Trace& trace = named.trace;
     if (options.logLevel == 0) {
         silenceEngineLog();
     } else {
@@ -68,24 +71,20 @@ int replay(const Options& options) {
 
 void addReplayCommand(CLI::App& program, int& status) {
     const auto options = std::make_shared<Options>();
-    CLI::App* const verb = program.add_subcommand(
-        "replay", "Run a recorded trace through the preload model, in the trace's own time");
-    verb->add_option(
-            "TRACE", options->trace,
-            "A .csv file with the header time,package (seconds since the epoch or ISO 8601,\n"
-            "local time without a zone), or a .txt file with a name a line")
+    CLI::App* const verb =
+        addVerb(program, "replay",
+                "Run a recorded trace through the engine's model, in the trace's own time",
+                {{"ksbrain replay phone.csv", "how often the engine would have been right"},
+                 {"ksbrain replay --moments 5 dump.txt", "and at five moments what it said"}});
+    verb->add_option("TRACE", options->trace, std::string("What to run: ") + TRACE_KINDS)
         ->required()
         ->type_name("");
     verb->add_option("--data-dir", options->dataDirectory,
                      "Load the engine's files from this directory and leave them there\n"
                      "(default: a temporary one)")
         ->type_name("DIR");
-    verb->add_option_function<std::string>(
-            "--charging",
-            [options](const std::string& text) { options->charging = ChargingPlan::parse(text); },
-            "When the device charges: always, never, or each day from HH:MM to HH:MM\n"
-            "local time (default: always)")
-        ->type_name("always|never|HH:MM-HH:MM");
+    addTraceOptions(*verb, options->reading);
+    addChargingOption(*verb, options->charging);
     CLI::Option* const json =
         verb->add_flag("--json", options->json, "Print one JSON object instead of the table");
     verb->add_option("--moments", options->moments,

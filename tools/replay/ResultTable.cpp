@@ -1,8 +1,11 @@
 #include "tools/replay/ResultTable.h"
 
+#include <unistd.h>
+
 #include <cmath>
 #include <cstdio>
 
+#include "tools/common/Colour.h"
 #include "tools/common/JsonLine.h"
 #include "tools/common/Text.h"
 
@@ -38,9 +41,10 @@ Json scoreJson(const PredictorScore& score) {
 std::string resultTable(const ReplayResult& result) {
     char seconds[32];
     snprintf(seconds, sizeof(seconds), "%.2f s", result.duration.count());
-    const std::string rule(70, '-');
-    return "predictor             scored   top-1 hits     rate  top-4 hits     rate\n" + rule +
-           "\n" + predictorRow("Bayes", result.bayes) +
+    const std::string rule = coloured(std::string(70, '-'), Colour::DIM, STDOUT_FILENO);
+    return coloured("predictor             scored   top-1 hits     rate  top-4 hits     rate",
+                    Colour::BOLD, STDOUT_FILENO) +
+           "\n" + rule + "\n" + predictorRow("Bayes", result.bayes) +
            predictorRow("sequence network", result.network) + rule + "\n" +
            totalRow("openings", grouped(result.openings),
                     "   of " + count(result.apps) + " apps in the table, " +

@@ -4,12 +4,19 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 
-#include "tools/replay/ChargingPlan.h"
+#include "tools/replay/Replayer.h"
 #include "tools/trace/Trace.h"
 
-// What can be asked which application comes next: the engine, its two predictors alone, and simple
-// rules to hold them against.
+// What can be asked which application comes next.
+//
+// ENGINE is the whole model as a replay runs it: what it answered after an opening is held against
+// the next one. BAYES and NETWORK are its predictors alone, each taught and asked as the model does
+// it: the naive Bayes model all the time, also where the model would ask the network; the sequence
+// network from its first training on. The rest are simple rules to hold them against (see
+// SimpleRule.h): all applications seen before but the one in front, by how often or how lately they
+// were used, or by what followed the last one or two.
 enum class Method { ENGINE, BAYES, NETWORK, MOST_USED, MOST_RECENT, ORDER_1, ORDER_2 };
 
 constexpr std::array<Method, 7> METHODS = {Method::ENGINE,    Method::BAYES,       Method::NETWORK,
@@ -37,3 +44,8 @@ using GuessListener = std::function<bool(size_t row, const Guess& guess)>;
 // false when the listener stopped it.
 bool runMethod(Method method, const Trace& trace, const ChargingPlan& plan,
                const GuessListener& listener, const std::function<void(size_t row)>& trained = {});
+
+// The same for the engine, and its own counters at the end. Nothing when the listener stopped it.
+std::optional<ReplayResult> runEngine(const Trace& trace, const ChargingPlan& plan,
+                                      const GuessListener& listener,
+                                      const std::function<void(size_t row)>& trained = {});

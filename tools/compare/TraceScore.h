@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <map>
 #include <optional>
@@ -24,6 +25,9 @@ struct MethodScore {
     uint64_t top4 = 0;
     uint64_t top8 = 0;
     std::map<std::string, RankCounts> ranks;  // by day, "2026-03-01" in local time
+
+    // Takes in what the method said before an opening on that day.
+    void add(const std::string& day, const Guess& guess);
 };
 
 struct TraceScore {
@@ -31,6 +35,9 @@ struct TraceScore {
     std::map<std::string, uint64_t> openings;  // by day, as above
     std::array<MethodScore, METHODS.size()> methods;
 };
+
+// The day of a moment by the clock on the wall, "2026-03-01".
+std::string localDay(time_t moment);
 
 // Runs every method over the trace. Nothing when `stopped` asked to give up.
 std::optional<TraceScore> scoreTrace(const NamedTrace& trace, const ChargingPlan& plan,

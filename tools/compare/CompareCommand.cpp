@@ -1,0 +1,67 @@
+#include "tools/compare/CompareCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "tools/common/CommonOptions.h"
+#include "tools/common/Output.h"
+#include "tools/compare/ManyTracesCommand.h"
+#include "tools/compare/TraceScore.h"
+
+namespace {
+
+struct Options {
+    ManyTracesCommand command;
+    bool json = false;
+    bool total = false;
+    uint64_t seed = 1;
+};
+
+void printResults(const Options& options, const ResultStore& store,
+                  const ManyTracesOutcome& outcome) {
+    std::vector<TraceScore> scores;
+    for (const auto& [name, place] : outcome.results) {
+        const std::string line = store.read(place);
+        if (options.json && !options.total) {
+            writeOutput(line + '\n');
+        } else {
+            scores.push_back(parseScore(Json::parse(line)));
+        }
+    }
+    if (scores.empty()) return;
+    writeOutput(options.json ? jsonLine(comparisonJson(std::move(scores), options.seed))
+                             : comparisonTable(std::move(scores), options.seed));
+}
+
+int compare(Options& options) {
+    const TraceWork score = [&options](const NamedTrace& trace,
+                                       const std::function<bool()>& stopped) {
+        const auto result = scoreTrace(trace, options.command.charging, stopped);
+        return result ? std::optional<Json>(scoreJson(*result)) : std::nullopt;
+    };
+    const auto print = [&options](const ResultStore& store, const ManyTracesOutcome& outcome) {
+        printResults(options, store, outcome);
+    };
+    return options.command.run("compare", score, print);
+}
+
+}  // namespace
+
+void addCompareCommand(CLI::App& program, int& status) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* const verb =
+        addVerb(program, "compare", "Score the engine on recorded traces, beside simple rules",
+                {{"ksbrain compare phone.csv",
+                  "a table: how often the right application was among the first"},
+                 {"ksbrain compare --save scores.jsonl traces/",
+                  "all files below traces/; stop it with Ctrl-C, and the same command goes on"},
+                 {"ksbrain compare --json traces/ | ksbrain merge --json -",
+                  "a line a trace, and one object of all together"}});
+    addManyTracesOptions(*verb, options->command);
+    CLI::Option* const json = verb->add_flag(
+        "--json", options->json, "Print one JSON object a trace, by name, instead of the table");
+    verb->add_flag("--total", options->total, "Print the object of all traces together instead")
+        ->needs(json);
+    addSeedOption(*verb, options->seed, "Seed of the resampling behind the intervals");
+    verb->callback([options, &status] { status = compare(*options); });
+}

@@ -1,0 +1,146 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "tools/common/Text.h"
+#include "tools/compare/Comparison.h"
+
+// comparisonTable() and comparisonJson().
+
+namespace {
+
+constexpr const char* MEASURE_NAMES[MEASURES] = {"top-1", "top-4", "top-8", "MRR"};
+constexpr const char* MEASURE_KEYS[MEASURES] = {"top1", "top4", "top8", "mrr"};
+constexpr size_t MRR = static_cast<size_t>(Measure::RECIPROCAL_RANK);
+
+std::string format(const char* pattern, double a, double b = 0) {
+    char text[64];
+    snprintf(text, sizeof(text), pattern, a, b);
+    return text;
+}
+
+std::string cell(const std::string& text, size_t width) {
+    return std::string(width - std::min(width, text.size()), ' ') + text;
+}
+
+// As the table shows it: percentages, but for the mean reciprocal rank.
+std::string valueText(size_t measure, double value) {
+    return measure == MRR ? format("%.3f", value) : format("%.1f %%", 100 * value);
+}
+
+std::string intervalText(size_t measure, const Estimate& estimate) {
+    if (!estimate.interval) return "-";
+    const auto [low, high] = *estimate.interval;
+    return measure == MRR ? format("%.3f-%.3f", low, high)
+                          : format("%.1f-%.1f %%", 100 * low, 100 * high);
+}
+
+std::string counted(uint64_t number, const char* thing) {
+    return grouped(number) + " " + thing + (number == 1 ? "" : "s");
+}
+
+std::string headLines(const Comparison& comparison) {
+    return counted(comparison.openings, "opening") + " of " + counted(comparison.traces, "trace") +
+           "; 95 % intervals by drawing from " +
+           counted(comparison.units, comparison.byTrace ? "trace" : "day") + "\n\n" +
+           "method              answered          top-1             top-4             top-8"
+           "              MRR\n";
+}
+
+std::string methodRows(const Comparison& comparison, Method method) {
+    const MethodScore& totals = comparison.totals[static_cast<size_t>(method)];
+    const Estimates& estimates = comparison.methods[static_cast<size_t>(method)];
+    const uint64_t hits[] = {totals.top1, totals.top4, totals.top8};
+    std::string name = methodName(method);
+    name.resize(18, ' ');
+    std::string row = name + cell(grouped(totals.answered), 10);
+    std::string below =
+        std::string(18, ' ') + cell(percentage(totals.answered, comparison.openings), 10);
+    for (size_t i = 0; i < MEASURES; ++i) {
+        const std::string value = valueText(i, estimates[i].value);
+        row += i == MRR ? cell(value, 17) : cell(grouped(hits[i]), 10) + cell(value, 8);
+        below += cell(intervalText(i, estimates[i]), i == MRR ? 17 : 18);
+    }
+    return row + "\n" + below + "\n";
+}
+
+std::string leadText(size_t measure, double lead) {
+    return measure == MRR ? format("%+.3f", lead) : format("%+.1f", 100 * lead);
+}
+
+// Who wins by a measure, the engine or the best simple rule, and whether that may be chance.
+std::string rivalLine(const Comparison& comparison, size_t measure) {
+    const auto& [rule, lead] = comparison.rivals[measure];
+    const auto value = [&](Method method) {
+        return valueText(measure, comparison.methods[static_cast<size_t>(method)][measure].value);
+    };
+    std::string line = MEASURE_NAMES[measure];
+    line += ": ";
+    if (lead.value < 0) {
+        line += std::string(methodName(rule)) + " (" + value(rule) +
+                ") does better than the engine (" + value(Method::ENGINE) + ")";
+    } else {
+        line += "the engine (" + value(Method::ENGINE) + ") does " +
+                (lead.value > 0 ? "better than" : "as well as") + " the best simple rule, " +
+                methodName(rule) + " (" + value(rule) + ")";
+    }
+    if (lead.interval) {
+        const auto [low, high] = *lead.interval;
+        line += "; the engine's lead is " + leadText(measure, low) + " to " +
+                leadText(measure, high) + (measure == MRR ? "" : " points");
+        if (low <= 0 && high >= 0) line += ", which may be chance";
+    }
+    return line + "\n";
+}
+
+double rounded(double value) {
+    return std::round(value * 1e6) / 1e6;
+}
+
+Json estimateJson(const Estimate& estimate) {
+    Json object;
+    object["value"] = rounded(estimate.value);
+    if (estimate.interval) {
+        object["low"] = rounded(estimate.interval->low);
+        object["high"] = rounded(estimate.interval->high);
+    }
+    return object;
+}
+
+}  // namespace
+
+std::string comparisonTable(std::vector<TraceScore> scores, uint64_t seed) {
+    const Comparison comparison = compareScores(std::move(scores), seed);
+    std::string text = headLines(comparison) + std::string(99, '-') + "\n";
+    for (const Method method : METHODS) text += methodRows(comparison, method);
+    text += std::string(99, '-') + "\n";
+    for (size_t i = 0; i < MEASURES; ++i) text += rivalLine(comparison, i);
+    return text;
+}
+
+Json comparisonJson(std::vector<TraceScore> scores, uint64_t seed) {
+    const Comparison comparison = compareScores(std::move(scores), seed);
+    Json object;
+    object["traces"] = comparison.traces;
+    object["openings"] = comparison.openings;
+    object["drawn"] = comparison.byTrace ? "traces" : "days";
+    object["units"] = comparison.units;
+    for (const Method method : METHODS) {
+        const MethodScore& totals = comparison.totals[static_cast<size_t>(method)];
+        Json& entry = object["methods"][methodKey(method)];
+        entry = {{"answered", totals.answered},
+                 {"top1", totals.top1},
+                 {"top4", totals.top4},
+                 {"top8", totals.top8}};
+        for (size_t i = 0; i < MEASURES; ++i) {
+            entry["rates"][MEASURE_KEYS[i]] =
+                estimateJson(comparison.methods[static_cast<size_t>(method)][i]);
+        }
+    }
+    for (size_t i = 0; i < MEASURES; ++i) {
+        Json& entry = object["best_rule"][MEASURE_KEYS[i]];
+        entry["method"] = methodKey(comparison.rivals[i].rule);
+        entry["engine_lead"] = estimateJson(comparison.rivals[i].lead);
+    }
+    return object;
+}

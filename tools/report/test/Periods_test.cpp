@@ -1,0 +1,41 @@
+#include "tools/report/Periods.h"
+
+#include <gtest/gtest.h>
+
+#include "tools/report/HitCounts.h"
+#include "tools/report/Stretch.h"
+
+namespace {
+
+TEST(Periods, BeginWhereTheCalendarSays) {
+    const struct {
+        const char* day;
+        const char* week;
+        const char* month;
+    } cases[] = {
+        {"2026-03-01", "2026-02-23", "2026-03-01"},  // a Sunday
+        {"2026-03-02", "2026-03-02", "2026-03-01"},  // a Monday
+        {"2024-02-29", "2024-02-26", "2024-02-01"}, {"2025-01-01", "2024-12-30", "2025-01-01"},
+        {"1969-12-31", "1969-12-29", "1969-12-01"},
+    };
+    for (const auto& [day, week, month] : cases) {
+        EXPECT_EQ(periodStart(day, Period::DAY), day);
+        EXPECT_EQ(periodStart(day, Period::WEEK), week);
+        EXPECT_EQ(periodStart(day, Period::MONTH), month);
+    }
+}
+
+TEST(Periods, GrowWithTheTimeBetweenTwoDays) {
+    EXPECT_EQ(periodFor("2026-03-01", "2026-03-31", 31), Period::DAY);
+    EXPECT_EQ(periodFor("2026-03-01", "2026-04-01", 31), Period::WEEK);
+    EXPECT_EQ(periodFor("2026-01-01", "2026-08-05", 31), Period::WEEK);
+    EXPECT_EQ(periodFor("2026-01-01", "2026-08-06", 31), Period::MONTH);
+}
+
+TEST(Stretches, EndAtRoundNumbers) {
+    const std::pair<size_t, size_t> cases[] = {{1, 10},   {10, 10},   {11, 20},     {50, 50},
+                                               {51, 100}, {101, 200}, {9999, 10000}};
+    for (const auto& [opening, last] : cases) EXPECT_EQ(lastOfStretch(stretchOf(opening)), last);
+}
+
+}  // namespace

@@ -1,0 +1,40 @@
+#include "tools/inspect/FileReport.h"
+
+const char* nameOf(FileState state) {
+    switch (state) {
+        case FileState::MISSING:
+            return "missing";
+        case FileState::WHOLE:
+            return "whole";
+        case FileState::REFUSED:
+            return "refused";
+        case FileState::DAMAGED:
+            return "damaged";
+    }
+    return "";
+}
+
+const std::string* openReport(FileReport& report, const EngineFiles& files, bool alsoAlone) {
+    const std::string plain = report.name;
+    const StoredFile* const file = files.find(plain);
+    const StoredFile* const backup = files.find(engine_file::backupOf(plain));
+    const StoredFile* read = file;
+    report.facts["backup"] = backup != nullptr;
+    if (backup != nullptr && (file != nullptr || alsoAlone)) {
+        report.name = engine_file::backupOf(plain);
+        report.remark(
+            "The last save was not finished: the next start puts the backup in place of " +
+            (file == nullptr ? "the missing " + plain : plain) + ".");
+        read = backup;
+    } else if (backup != nullptr) {
+        report.damaged("Only the backup is there, and the next start does not look at it: " +
+                       plain + " begins anew. Stop the engine and rename the backup to keep it.");
+        return nullptr;
+    }
+    if (read == nullptr) return nullptr;
+    report.bytes = read->bytes;
+    report.state = FileState::WHOLE;
+    if (read->problem.empty()) return &read->content;
+    report.damaged("It cannot be read: " + read->problem + ".");
+    return nullptr;
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,9 @@ CLI::App* addVerb(CLI::App& program, const std::string& name, const std::string&
                   const std::vector<Example>& examples);
 
 // Options that several verbs have.
+
+// --seed N, a whole number from 0 on; `seed` keeps its value without the option.
+void addSeedOption(CLI::App& verb, uint64_t& seed, const std::string& description);
 
 // --log LEVEL; `level` receives 1..8 and keeps its value without the option.
 void addLogOption(CLI::App& verb, int& level);

@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
-#include <string>
 
 #include "tools/common/Text.h"
 
@@ -15,9 +15,10 @@ constexpr std::chrono::milliseconds INTERVAL(100);
 
 }  // namespace
 
-ProgressBar::ProgressBar(bool wanted, size_t total)
+ProgressBar::ProgressBar(bool wanted, size_t total, size_t before)
     : mDrawing(wanted && total > 0 && isatty(STDERR_FILENO)),
       mTotal(total),
+      mBefore(before),
       mStart(Clock::now()),
       mNextDraw(mStart) {}
 
@@ -32,8 +33,20 @@ void ProgressBar::update(size_t done) {
     mNextDraw = now + INTERVAL;
     const size_t filled = std::min(done, mTotal) * WIDTH / mTotal;
     const std::string bar = std::string(filled, '#') + std::string(WIDTH - filled, '.');
-    fprintf(stderr, "\r[%s] %3zu %%  %s of %s  %.0f s\033[K", bar.c_str(), done * 100 / mTotal,
-            grouped(done).c_str(), grouped(mTotal).c_str(),
-            std::chrono::duration<double>(now - mStart).count());
+    const double elapsed = std::chrono::duration<double>(now - mStart).count();
+    const std::string left = timeLeft(elapsed, done - mBefore, mTotal - mBefore);
+    fprintf(stderr, "\r[%s] %3zu %%  %s of %s  %.0f s%s%s\033[K", bar.c_str(), done * 100 / mTotal,
+            grouped(done).c_str(), grouped(mTotal).c_str(), elapsed, left.empty() ? "" : ", ",
+            left.c_str());
     fflush(stderr);
+}
+
+std::string timeLeft(double elapsed, size_t done, size_t total) {
+    if (done == 0 || done >= total) return "";
+    const double pace = elapsed / static_cast<double>(done);
+    const auto seconds = static_cast<uint64_t>(std::ceil(pace * static_cast<double>(total - done)));
+    if (seconds < 100) return std::to_string(seconds) + " s left";
+    const uint64_t minutes = (seconds + 59) / 60;
+    if (minutes < 100) return std::to_string(minutes) + " min left";
+    return std::to_string(minutes / 60) + " h " + std::to_string(minutes % 60) + " min left";
 }

@@ -2,14 +2,19 @@
 
 #include <chrono>
 #include <cstddef>
+#include <string>
 
-// One line on standard error that shows how far a piece of work is, drawn at most ten times a
-// second and wiped when the bar goes out of scope. Draws nothing when it is not wanted or standard
-// error is no terminal.
+// One line on standard error that shows how far a piece of work is and how long it will take,
+// drawn at most ten times a second and wiped when the bar goes out of scope. Draws nothing when it
+// is not wanted or standard error is no terminal.
 class ProgressBar {
   public:
-    ProgressBar(bool wanted, size_t total);
+    // `before` is what was done already when the work began; the time left is judged without it.
+    ProgressBar(bool wanted, size_t total, size_t before = 0);
     ~ProgressBar();
+
+    // More work may turn up on the way.
+    void setTotal(size_t total) { mTotal = total; }
 
     void update(size_t done);
 
@@ -20,7 +25,12 @@ class ProgressBar {
     using Clock = std::chrono::steady_clock;
 
     const bool mDrawing;
-    const size_t mTotal;
+    size_t mTotal;
+    const size_t mBefore;
     const Clock::time_point mStart;
     Clock::time_point mNextDraw;
 };
+
+// How long work goes on that has taken `elapsed` seconds for `done` of its `total` pieces, for a
+// person: "5 s left"; empty while nothing can be said.
+std::string timeLeft(double elapsed, size_t done, size_t total);

@@ -1,10 +1,12 @@
 #include "tools/common/Text.h"
 
 #include <cstdio>
+#include <sstream>
 
 namespace {
 
 constexpr size_t MAX_QUOTED = 40;
+constexpr size_t WIDTH = 80;
 
 }  // namespace
 
@@ -33,4 +35,22 @@ std::string percentage(uint64_t part, uint64_t whole) {
     snprintf(text, sizeof(text), "%.1f %%",
              100.0 * static_cast<double>(part) / static_cast<double>(whole));
     return text;
+}
+
+std::string wrapped(const std::string& text, size_t indent) {
+    std::string result;
+    size_t column = indent;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        if (column > indent && column + 1 + word.size() > WIDTH) {
+            result += '\n' + std::string(indent, ' ');
+            column = indent;
+        } else if (column > indent) {
+            result += ' ';
+            ++column;
+        }
+        result += word;
+        column += word.size();
+    }
+    return result;
 }

@@ -17,3 +17,7 @@ std::string grouped(uint64_t number);
 
 // A share as a percentage with one decimal, "42.0 %"; "-" when there is nothing to divide by.
 std::string percentage(uint64_t part, uint64_t whole);
+
+// The text's words in lines of at most 80 columns; all but the first are indented by so many
+// blanks, and the first is taken to start there too.
+std::string wrapped(const std::string& text, size_t indent);

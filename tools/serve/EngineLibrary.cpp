@@ -28,5 +28,8 @@ EngineLibrary loadEngine(const std::string& path) {
 }
 
 std::string defaultEnginePath() {
-    return std::filesystem::read_symlink("/proc/self/exe").parent_path() / "libksbrain.so";
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    const std::string beside = folder / "libksbrain.so";
+    // An installed program's run path leads to the library.
+    return std::filesystem::exists(beside) ? beside : "libksbrain.so";
 }

@@ -4,7 +4,6 @@
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -107,30 +106,31 @@ int serve(const Options& options) {
     prepareRoot(options.root);
     setUpLog(engine, options.logLevel);
     catchInterrupts();
-    signal(SIGPIPE, SIG_IGN);  // a reader that is gone shows as a failed write
     const RunningEngine running(engine);
     return converse(engine);
 }
 
-constexpr char FOOTER[] =
-    "One JSON object a line on standard input, one answer a line on standard output:\n"
+constexpr char PROTOCOL[] =
+    "Input and answers, a JSON object a line:\n"
     "  {\"open\":\"com.a\",\"packages\":[\"com.a\",\"com.b\"]}   {\"ok\":true}\n"
-    "      com.a came to the front; packages, all that are installed, may be left out\n"
+    "      com.a came to the front; packages, all that are installed, may be absent\n"
     "  {\"charging\":true}                               {\"ok\":true}\n"
     "  {\"event\":12}                                    {\"ok\":true}\n"
     "      an event of that code, otherwise empty\n"
     "  {\"predict\":true}                                {\"predict\":[\"com.b\",\"com.a\"]}\n"
     "  {\"exit\":true}                                   {\"ok\":true}\n"
     "      as the end of the input does\n"
-    "An event is answered when the engine has handled it, a line that cannot be used with\n"
-    "{\"error\":\"line 4: ...\"}.";
+    "  An event is answered when the engine has handled it; a line that cannot be\n"
+    "  used, with {\"error\":\"line 4: ...\"}.";
 
 }  // namespace
 
 void addServeCommand(CLI::App& program, int& status) {
     const auto options = std::make_shared<Options>();
-    CLI::App* const verb = program.add_subcommand(
-        "serve", "Load libksbrain.so as a phone's daemon does, and drive it line by line");
+    CLI::App* const verb = addVerb(
+        program, "serve", "Load libksbrain.so as a phone's daemon does, and drive it line by line",
+        {{"echo '{\"predict\":true}' | ksbrain serve --root state",
+          "what an engine that goes on with the files below state/ predicts"}});
     verb->add_option("--library", options->library,
                      "The library to load (default: libksbrain.so beside this program)")
         ->type_name("PATH");
@@ -138,6 +138,6 @@ void addServeCommand(CLI::App& program, int& status) {
                      "Give the library a /data of its own, kept in this directory")
         ->type_name("DIR");
     addLogOption(*verb, options->logLevel);
-    verb->footer(FOOTER);
+    verb->footer(verb->get_footer() + "\n\n" + PROTOCOL);
     verb->callback([options, &status] { status = serve(*options); });
 }

@@ -1,0 +1,69 @@
+#include "tools/common/OutputFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+#include "tools/common/Text.h"
+
+OutputFile::OutputFile(const std::string& path) : mPath(path), mTarget(path) {
+    struct stat status {};
+    const bool exists = stat(path.c_str(), &status) == 0;
+    if (exists) {
+        std::error_code ignored;
+        const std::filesystem::path real = std::filesystem::canonical(path, ignored);
+        if (!real.empty()) mTarget = real.string();
+    }
+    if (exists && S_ISDIR(status.st_mode)) {
+        errno = EISDIR;
+        fail();
+    }
+    if (exists && !S_ISREG(status.st_mode)) {
+        mDescriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    } else {
+        mTemporary = mTarget + ".new-" + std::to_string(getpid());
+        mDescriptor = open(mTemporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    }
+    if (mDescriptor < 0) fail();
+}
+
+OutputFile::~OutputFile() {
+    if (mDescriptor < 0) return;
+    close(mDescriptor);
+    if (!mTemporary.empty()) unlink(mTemporary.c_str());
+}
+
+void OutputFile::write(const std::string& text) {
+    size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t count = ::write(mDescriptor, text.data() + done, text.size() - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) fail();
+        done += static_cast<size_t>(count);
+    }
+}
+
+void OutputFile::commit() {
+    const int descriptor = mDescriptor;
+    mDescriptor = -1;
+    const bool closed = close(descriptor) == 0;
+    if (mTemporary.empty()) {
+        if (!closed) fail();
+        return;
+    }
+    if (closed && rename(mTemporary.c_str(), mTarget.c_str()) == 0) return;
+    const int error = errno;
+    unlink(mTemporary.c_str());
+    errno = error;
+    fail();
+}
+
+void OutputFile::fail() const {
+    throw std::runtime_error(printable(mPath) + ": cannot be written: " + strerror(errno));
+}

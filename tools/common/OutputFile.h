@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+// A file that is there whole or not at all: what is written goes to a temporary file beside it,
+// which takes its place on commit() and is deleted otherwise. What is no regular file, a terminal
+// or a pipe, is written at once.
+//
+//   OutputFile file("report.html");
+//   file.write(text);
+//   file.commit();
+//
+// All throw std::runtime_error, one line that begins with the path.
+class OutputFile {
+  public:
+    explicit OutputFile(const std::string& path);
+    ~OutputFile();
+
+    void write(const std::string& text);
+
+    // What was written is the file from now on; nothing can be written any more.
+    void commit();
+
+  private:
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    [[noreturn]] void fail() const;
+
+    const std::string mPath;  // as it was given
+    std::string mTarget;      // behind a symbolic link
+    std::string mTemporary;   // empty when the target is written at once
+    int mDescriptor = -1;
+};

@@ -43,8 +43,9 @@ test: build
 
 demo: build
 	@mkdir -p $(BUILD)/demo
-	@$(BUILD)/ksbrain-demo-trace --seed $(SEED) >$(BUILD)/demo/trace.csv
+	@$(BUILD)/ksbrain synth --days 56 --per-day 230 --seed $(SEED) -o $(BUILD)/demo/trace.csv
 	@TZ=UTC $(BUILD)/ksbrain replay --charging 23:00-07:00 --moments 8 $(BUILD)/demo/trace.csv
+	@TZ=UTC $(BUILD)/ksbrain report --charging 23:00-07:00 -o $(BUILD)/demo/report.html $(BUILD)/demo/trace.csv
 
 bench: build
 	@cmake --build $(BUILD) --target ksbrain_bench

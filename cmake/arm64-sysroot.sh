@@ -14,9 +14,9 @@ done=$build/sysroot.done
 log=$build/sysroot.log
 
 packages="libc6-dev libc++-dev libc++abi-dev android-liblog-dev
-    googletest libcli11-dev nlohmann-json3-dev catch2"
+    googletest libcli11-dev nlohmann-json3-dev zlib1g-dev catch2"
 # A number to raise whenever this script changes.
-edition=1
+edition=2
 [ "$(cat "$done" 2>/dev/null)" != $edition ] || exit 0
 
 rm -rf "$root" "$done"

@@ -4,7 +4,21 @@
 set -eu
 
 packages="clang lld cmake ninja-build libc++-dev libc++abi-dev libclang-rt-dev googletest
-    libcli11-dev nlohmann-json3-dev catch2 android-liblog-dev pkg-config $*"
+    libcli11-dev nlohmann-json3-dev zlib1g-dev catch2 android-liblog-dev pkg-config parallel $*"
+
+# Programs that may be there from elsewhere: the report's page is made with Node and tried in a browser.
+# unless_found PACKAGE PROGRAM...: adds the package when none of the programs is found.
+unless_found() {
+    package=$1
+    shift
+    for program; do
+        command -v "$program" >/dev/null && return
+    done
+    packages="$packages $package"
+}
+unless_found nodejs node nodejs
+unless_found npm npm
+unless_found chromium chromium chromium-browser google-chrome
 
 missing=
 for package in $packages; do

@@ -7,6 +7,8 @@
 # make test-arm64   and run all tests under emulation
 # make install  the public headers, libraries and package files below PREFIX (DESTDIR before it)
 # make kills    kill running replays 300 times (KILLS=N) and judge what each next start finds
+# make install-tools   the program with its manual and completions, below PREFIX
+# make pictures the README's pictures, from the demo's trace
 # make format   lay the code out anew
 # make clean
 #
@@ -23,7 +25,7 @@ comma := ,
 BUILD := build$(if $(SANITIZE),-$(subst $(comma),-,$(SANITIZE)))
 JOBS := $(shell nproc)
 
-.PHONY: build test demo bench stress kills arm64 test-arm64 install format setup clean
+.PHONY: build test demo bench stress kills arm64 test-arm64 install install-tools pictures format setup clean
 
 # configure-and-build(FOLDER,OPTIONS)
 define configure-and-build
@@ -71,6 +73,15 @@ test-arm64: arm64
 
 install: build
 	@DESTDIR=$(DESTDIR) cmake --install $(BUILD) --prefix $(PREFIX)
+
+install-tools: build
+	@DESTDIR=$(DESTDIR) cmake --install $(BUILD) --prefix $(PREFIX) --component tools
+
+pictures: demo
+	@rm -rf $(BUILD)/demo/state
+	@TZ=UTC $(BUILD)/ksbrain replay --quiet --charging 23:00-07:00 --data-dir $(BUILD)/demo/state \
+	    $(BUILD)/demo/trace.csv >$(BUILD)/demo/replay.txt
+	@cmake --build $(BUILD) --target pictures
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -6,6 +6,8 @@
 // Taken in as it is by the assembler.
 __asm__(
     ".section .rodata.ksbrainReportPage, \"a\"\n"
+    ".globl ksbrainReportPage, ksbrainReportPageEnd\n"
+    ".hidden ksbrainReportPage, ksbrainReportPageEnd\n"
     "ksbrainReportPage: .incbin \"" KSBRAIN_REPORT_PAGE
     "\"\n"
     "ksbrainReportPageEnd:\n"

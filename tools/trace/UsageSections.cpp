@@ -114,10 +114,11 @@ void UsageSections::add(std::string_view line, size_t number) {
     lastLine = number;
     if (isUsageEvent(text)) {
         flush();
-        mPending = Pending{number, {std::string(line)}};
+        mPending = Pending{number, number, {std::string(line)}};
     } else if (mPending && mPending->parts.size() < MAX_PARTS &&
                (!isUsageHeading(text) || goesOnWith(mPending->parts[0], text))) {
         mPending->parts.emplace_back(line);
+        mPending->end = number;
     } else if (isUsageHeading(text)) {
         addHeading(text);
     } else {
@@ -149,17 +150,17 @@ void UsageSections::flush() {
     const Pending pending = std::move(*mPending);
     mPending.reset();
     if (mUsers.empty()) enter(0);
-    addEvent(unbroken(pending.parts), pending.line);
+    addEvent(unbroken(pending.parts), pending.line, pending.end);
 }
 
-void UsageSections::addEvent(const std::string& text, size_t number) {
+void UsageSections::addEvent(const std::string& text, size_t number, size_t end) {
     const UsageLine line = parseUsageLine(text);
     const std::optional<UsageTime> time = parseUsageTime(line.time);
     if (time && line.timeClosed) clues.seeEvent(*time, line.time, number);
     if (!isWanted()) return;
 
     if (line.kind == UsageLine::Kind::CUT) {
-        cutLines.push_back({number, sections.size() - 1, line.timeClosed ? time : std::nullopt,
+        cutLines.push_back({number, end, sections.size() - 1, line.timeClosed ? time : std::nullopt,
                             std::string(line.type), std::string(line.package)});
         return;
     }
@@ -173,5 +174,5 @@ void UsageSections::addEvent(const std::string& text, size_t number) {
     event.type = types.numberOf(line.type);
     event.package = packages.numberOf(line.package);
     event.line = number;
-    sections.back().push_back({*time, event, opening && !line.goesOn});
+    sections.back().push_back({*time, event, end, opening && !line.goesOn});
 }

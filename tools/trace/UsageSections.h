@@ -27,6 +27,7 @@ class TextNumbers {
 // A line that ends too early to tell all of an event.
 struct CutLine {
     size_t line;
+    size_t end;  // the line that ends it when it is broken
     size_t section;
     std::optional<UsageTime> time;  // nothing when it is cut itself
     std::string type;               // its beginning
@@ -37,7 +38,8 @@ struct CutLine {
 struct DatedLine {
     UsageTime time;
     UsageEvent event;
-    bool bare;  // nothing follows the package
+    size_t end;  // the line that ends it when it is broken
+    bool bare;   // nothing follows the package
 };
 
 // What the lines of a dump of usagestats hold, of one user; the dates as they stand.
@@ -67,13 +69,14 @@ class UsageSections {
   private:
     struct Pending {
         size_t line;
+        size_t end;
         std::vector<std::string> parts;  // the line, and what a narrow terminal may have broken off
     };
 
     void add(std::string_view line, size_t number);
     void addHeading(std::string_view line);
     void flush();
-    void addEvent(const std::string& text, size_t number);
+    void addEvent(const std::string& text, size_t number, size_t end);
     void enter(int user);
     bool isWanted() const { return mCurrent == mUser; }
 

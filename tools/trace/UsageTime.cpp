@@ -114,6 +114,13 @@ ClockReading UsageTime::inOrder(DateOrder order) const {
     return result;
 }
 
+std::optional<TraceTime> UsageTime::clock(DateOrder order) const {
+    if (exact) return instant;
+    const ClockReading shown = inOrder(order);
+    if (!exists(shown)) return std::nullopt;
+    return std::chrono::seconds(utcMoment(shown));
+}
+
 std::optional<UsageTime> parseUsageTime(std::string_view text) {
     std::string line = plain(text);
     const int half = takeHalf(line);

@@ -22,6 +22,10 @@ struct UsageTime {
 
     // The clock's reading. REQUIRES: not exact.
     ClockReading inOrder(DateOrder order) const;
+
+    // That reading as if the clock were on UTC, or the moment if it is exact. Nothing when there is
+    // no such date.
+    std::optional<TraceTime> clock(DateOrder order) const;
 };
 
 // Reads 2026-03-01 14:22:10, 03/09/2017 21:18, 4/27/2019, 10:58 PM, 3.9.17, 21:18, 2017/09/03 21:18

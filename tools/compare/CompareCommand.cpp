@@ -5,6 +5,7 @@
 
 #include "tools/common/CommonOptions.h"
 #include "tools/common/Output.h"
+#include "tools/compare/Comparison.h"
 #include "tools/compare/ManyTracesCommand.h"
 #include "tools/compare/TraceScore.h"
 
@@ -19,18 +20,18 @@ struct Options {
 
 void printResults(const Options& options, const ResultStore& store,
                   const ManyTracesOutcome& outcome) {
-    std::vector<TraceScore> scores;
+    ScoreSum scores;
     for (const auto& [name, place] : outcome.results) {
         const std::string line = store.read(place);
         if (options.json && !options.total) {
             writeOutput(line + '\n');
         } else {
-            scores.push_back(parseScore(Json::parse(line)));
+            scores.add(parseScore(Json::parse(line)));
         }
     }
-    if (scores.empty()) return;
-    writeOutput(options.json ? jsonLine(comparisonJson(std::move(scores), options.seed))
-                             : comparisonTable(std::move(scores), options.seed));
+    if (scores.traces() == 0) return;
+    const Comparison comparison = scores.compare(options.seed);
+    writeOutput(options.json ? jsonLine(comparisonJson(comparison)) : comparisonTable(comparison));
 }
 
 int compare(Options& options) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <random>
+#include <tuple>
 
 namespace {
 
@@ -11,26 +12,26 @@ constexpr size_t CUT = DRAWS / 40;  // 2.5 % at either end
 
 using Values = std::array<std::array<double, MEASURES>, METHODS.size()>;
 
-// Sums over the openings of a day, of a trace or of a draw.
-struct Sums {
-    double openings = 0;
-    Values values{};
-
-    void add(const Sums& other) {
-        openings += other.openings;
-        for (size_t m = 0; m < METHODS.size(); ++m) {
-            for (size_t i = 0; i < MEASURES; ++i) values[m][i] += other.values[m][i];
-        }
+void add(const Sums& other, Sums& to) {
+    to.openings += other.openings;
+    for (size_t m = 0; m < METHODS.size(); ++m) {
+        for (size_t i = 0; i < MEASURES; ++i) to.values[m][i] += other.values[m][i];
     }
+}
 
-    Values means() const {
-        Values result = values;
-        for (auto& measures : result) {
-            for (double& value : measures) value = openings > 0 ? value / openings : 0;
-        }
-        return result;
+Sums sumOf(const std::vector<Sums>& parts) {
+    Sums whole;
+    for (const Sums& part : parts) add(part, whole);
+    return whole;
+}
+
+Values meansOf(const Sums& sums) {
+    Values result = sums.values;
+    for (auto& measures : result) {
+        for (double& value : measures) value = sums.openings > 0 ? value / sums.openings : 0;
     }
-};
+    return result;
+}
 
 void addRanks(const RankCounts& ranks, std::array<double, MEASURES>& values) {
     for (const auto& [rank, count] : ranks) {
@@ -58,28 +59,13 @@ std::vector<Sums> dailySums(const TraceScore& score) {
     return days;
 }
 
-std::vector<Sums> unitsOf(const std::vector<TraceScore>& scores, bool byTrace) {
-    std::vector<Sums> units;
-    for (const TraceScore& score : scores) {
-        const std::vector<Sums> days = dailySums(score);
-        if (!byTrace) {
-            units.insert(units.end(), days.begin(), days.end());
-            continue;
-        }
-        Sums whole;
-        for (const Sums& day : days) whole.add(day);
-        units.push_back(whole);
-    }
-    return units;
-}
-
 std::vector<Values> draw(const std::vector<Sums>& units, uint64_t seed) {
     std::mt19937_64 random(seed);
     std::vector<Values> draws;
     for (size_t i = 0; i < DRAWS; ++i) {
         Sums sums;
-        for (size_t k = 0; k < units.size(); ++k) sums.add(units[random() % units.size()]);
-        draws.push_back(sums.means());
+        for (size_t k = 0; k < units.size(); ++k) add(units[random() % units.size()], sums);
+        draws.push_back(meansOf(sums));
     }
     return draws;
 }
@@ -107,39 +93,71 @@ Method bestRule(const Values& whole, size_t measure) {
     return best;
 }
 
-void addTotals(const TraceScore& score, Comparison& comparison) {
-    for (const auto& [day, openings] : score.openings) comparison.openings += openings;
+void addTotals(const std::array<MethodTotals, METHODS.size()>& totals, Comparison& comparison) {
     for (size_t m = 0; m < METHODS.size(); ++m) {
-        comparison.totals[m].answered += score.methods[m].answered;
-        comparison.totals[m].top1 += score.methods[m].top1;
-        comparison.totals[m].top4 += score.methods[m].top4;
-        comparison.totals[m].top8 += score.methods[m].top8;
+        comparison.totals[m].answered += totals[m].answered;
+        comparison.totals[m].top1 += totals[m].top1;
+        comparison.totals[m].top4 += totals[m].top4;
+        comparison.totals[m].top8 += totals[m].top8;
     }
 }
 
 // By name, and by what they hold when names are equal.
-void sort(std::vector<TraceScore>& scores) {
-    std::sort(scores.begin(), scores.end(), [](const TraceScore& a, const TraceScore& b) {
-        if (a.name != b.name) return a.name < b.name;
-        return scoreJson(a).dump(-1, ' ', false, Json::error_handler_t::replace) <
-               scoreJson(b).dump(-1, ' ', false, Json::error_handler_t::replace);
-    });
+template <typename Trace>
+bool before(const Trace& a, const Trace& b) {
+    if (a.name != b.name) return a.name < b.name;
+    return std::lexicographical_compare(a.units.begin(), a.units.end(), b.units.begin(),
+                                        b.units.end(), [](const Sums& x, const Sums& y) {
+                                            return std::tie(x.openings, x.values) <
+                                                   std::tie(y.openings, y.values);
+                                        });
 }
 
 }  // namespace
 
-Comparison compareScores(std::vector<TraceScore> scores, uint64_t seed) {
-    sort(scores);
+ScoreSum::TraceSums ScoreSum::sumsOf(const TraceScore& score) {
+    TraceSums sums{score.name, {}, dailySums(score)};
+    for (size_t m = 0; m < METHODS.size(); ++m) {
+        const MethodScore& method = score.methods[m];
+        sums.totals[m] = {method.answered, method.top1, method.top4, method.top8};
+    }
+    return sums;
+}
+
+size_t ScoreSum::add(const TraceScore& score) {
+    mTraces.emplace_back();
+    replace(mTraces.size() - 1, score);
+    // From here on traces are drawn.
+    if (mTraces.size() == MANY_TRACES) {
+        for (TraceSums& trace : mTraces) trace.units = {sumOf(trace.units)};
+    }
+    return mTraces.size() - 1;
+}
+
+void ScoreSum::replace(size_t place, const TraceScore& score) {
+    TraceSums& trace = mTraces[place];
+    trace = sumsOf(score);
+    if (mTraces.size() >= MANY_TRACES) trace.units = {sumOf(trace.units)};
+}
+
+Comparison ScoreSum::compare(uint64_t seed) const {
+    std::vector<const TraceSums*> traces;
+    for (const TraceSums& trace : mTraces) traces.push_back(&trace);
+    std::sort(traces.begin(), traces.end(),
+              [](const TraceSums* a, const TraceSums* b) { return before(*a, *b); });
+    std::vector<Sums> units;
+    for (const TraceSums* trace : traces) {
+        units.insert(units.end(), trace->units.begin(), trace->units.end());
+    }
+
     Comparison comparison{};
-    comparison.traces = scores.size();
-    for (const TraceScore& score : scores) addTotals(score, comparison);
-    comparison.byTrace = scores.size() >= MANY_TRACES;
-    const std::vector<Sums> units = unitsOf(scores, comparison.byTrace);
+    comparison.traces = traces.size();
+    for (const TraceSums& trace : mTraces) addTotals(trace.totals, comparison);
+    comparison.openings = static_cast<uint64_t>(sumOf(units).openings);
+    comparison.byTrace = traces.size() >= MANY_TRACES;
     comparison.units = units.size();
 
-    Sums sums;
-    for (const Sums& unit : units) sums.add(unit);
-    const Values whole = sums.means();
+    const Values whole = meansOf(sumOf(units));
     const std::vector<Values> draws = units.size() > 1 ? draw(units, seed) : std::vector<Values>();
     for (size_t i = 0; i < MEASURES; ++i) {
         for (size_t m = 0; m < METHODS.size(); ++m) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "tools/compare/TraceScore.h"
@@ -34,18 +35,61 @@ struct Rival {
     Estimate lead;  // below 0 when the rule does better
 };
 
+// Whole-number counts over all openings, as in MethodScore.
+struct MethodTotals {
+    uint64_t answered = 0;
+    uint64_t top1 = 0;
+    uint64_t top4 = 0;
+    uint64_t top8 = 0;
+};
+
 struct Comparison {
     size_t traces;
     uint64_t openings;
     bool byTrace;  // whether traces were drawn for the intervals, else days
     size_t units;  // how many of them there are
-    std::array<MethodScore, METHODS.size()> totals;  // without ranks
+    std::array<MethodTotals, METHODS.size()> totals;
     std::array<Estimates, METHODS.size()> methods;
     std::array<Rival, MEASURES> rivals;
 };
 
-// Intervals are made by drawing as many days as there are, or as many traces when there are at
-// least twenty, with replacement, 2,000 times over; they hold the middle 95 % of what comes out. A
-// draw is the same for all methods, so that differences are paired. Scores are taken in order of
-// their names; the result depends on nothing but them and the seed.
-Comparison compareScores(std::vector<TraceScore> scores, uint64_t seed);
+// Sums over the openings of a day, of a trace or of a draw.
+struct Sums {
+    double openings = 0;
+    std::array<std::array<double, MEASURES>, METHODS.size()> values{};
+};
+
+// Takes scores one by one and keeps little of each, so that a comparison may be over any number of
+// traces.
+class ScoreSum {
+  public:
+    // Returns the score's place, for replace().
+    size_t add(const TraceScore& score);
+    void replace(size_t place, const TraceScore& score);
+
+    size_t traces() const { return mTraces.size(); }
+
+    // Intervals are made by drawing as many days as there are, or as many traces when there are at
+    // least twenty, with replacement, 2,000 times over; they hold the middle 95 % of what comes
+    // out. A draw is the same for all methods, so that differences are paired. Traces are taken in
+    // order of their names; the result depends on nothing but the scores and the seed.
+    Comparison compare(uint64_t seed) const;
+
+  private:
+    struct TraceSums {
+        std::string name;
+        std::array<MethodTotals, METHODS.size()> totals;
+        std::vector<Sums> units;  // its days; one of all its days when traces are drawn
+    };
+
+    static TraceSums sumsOf(const TraceScore& score);
+
+    std::vector<TraceSums> mTraces;
+};
+
+// For a person: a table with hit rates, mean reciprocal rank, answered openings and intervals, and
+// who wins by each measure.
+std::string comparisonTable(const Comparison& comparison);
+
+// The same for a program.
+Json comparisonJson(const Comparison& comparison);

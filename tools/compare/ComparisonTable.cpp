@@ -48,7 +48,7 @@ std::string headLines(const Comparison& comparison) {
 }
 
 std::string methodRows(const Comparison& comparison, Method method) {
-    const MethodScore& totals = comparison.totals[static_cast<size_t>(method)];
+    const MethodTotals& totals = comparison.totals[static_cast<size_t>(method)];
     const Estimates& estimates = comparison.methods[static_cast<size_t>(method)];
     const uint64_t hits[] = {totals.top1, totals.top4, totals.top8};
     std::string name = methodName(method);
@@ -109,8 +109,7 @@ Json estimateJson(const Estimate& estimate) {
 
 }  // namespace
 
-std::string comparisonTable(std::vector<TraceScore> scores, uint64_t seed) {
-    const Comparison comparison = compareScores(std::move(scores), seed);
+std::string comparisonTable(const Comparison& comparison) {
     std::string text = headLines(comparison) + std::string(99, '-') + "\n";
     for (const Method method : METHODS) text += methodRows(comparison, method);
     text += std::string(99, '-') + "\n";
@@ -118,15 +117,14 @@ std::string comparisonTable(std::vector<TraceScore> scores, uint64_t seed) {
     return text;
 }
 
-Json comparisonJson(std::vector<TraceScore> scores, uint64_t seed) {
-    const Comparison comparison = compareScores(std::move(scores), seed);
+Json comparisonJson(const Comparison& comparison) {
     Json object;
     object["traces"] = comparison.traces;
     object["openings"] = comparison.openings;
     object["drawn"] = comparison.byTrace ? "traces" : "days";
     object["units"] = comparison.units;
     for (const Method method : METHODS) {
-        const MethodScore& totals = comparison.totals[static_cast<size_t>(method)];
+        const MethodTotals& totals = comparison.totals[static_cast<size_t>(method)];
         Json& entry = object["methods"][methodKey(method)];
         entry = {{"answered", totals.answered},
                  {"top1", totals.top1},

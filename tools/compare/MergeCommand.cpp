@@ -10,8 +10,8 @@
 #include "tools/common/InputError.h"
 #include "tools/common/Output.h"
 #include "tools/common/Text.h"
+#include "tools/compare/Comparison.h"
 #include "tools/compare/ResultStore.h"
-#include "tools/compare/TraceScore.h"
 
 namespace {
 
@@ -42,15 +42,11 @@ class ScoreReader {
         if (lines.bad()) throw InputError(printable(path) + ": cannot be read");
     }
 
-    std::vector<TraceScore> take() {
-        std::vector<TraceScore> scores;
-        for (auto& [name, entry] : mEntries) scores.push_back(std::move(entry.score));
-        return scores;
-    }
+    const ScoreSum& scores() const { return mScores; }
 
   private:
     struct Entry {
-        TraceScore score;
+        size_t score;  // its place in mScores
         std::string path;
         std::string place;
     };
@@ -60,28 +56,32 @@ class ScoreReader {
         const Json result = resultOfLine(object);
         if (object.is_discarded()) throw InputError("is no JSON: " + inQuotes(line));
         if (result.is_null()) return;
-        TraceScore score = parseScore(result);
-        const auto [found, isNew] = mEntries.try_emplace(score.name, Entry{score, path, place});
-        if (isNew) return;
+        const TraceScore score = parseScore(result);
+        const auto found = mEntries.find(score.name);
+        if (found == mEntries.end()) {
+            mEntries[score.name] = {mScores.add(score), path, place};
+            return;
+        }
         // A trace that changed between two runs with one --save file was done again.
         const bool again = object.contains("input") && found->second.path == path;
         if (!again) {
             throw InputError("the trace " + inQuotes(score.name) + " is there already, from " +
                              found->second.place + ": give each trace once");
         }
-        found->second = {std::move(score), path, place};
+        mScores.replace(found->second.score, score);
+        found->second.place = place;
     }
 
     std::map<std::string, Entry> mEntries;  // by name of the trace
+    ScoreSum mScores;
 };
 
 int merge(const Options& options) {
     ScoreReader reader;
     for (const std::string& file : options.files) reader.read(file);
-    std::vector<TraceScore> scores = reader.take();
-    if (scores.empty()) throw InputError("there is no result to merge");
-    writeOutput(options.json ? jsonLine(comparisonJson(std::move(scores), options.seed))
-                             : comparisonTable(std::move(scores), options.seed));
+    if (reader.scores().traces() == 0) throw InputError("there is no result to merge");
+    const Comparison comparison = reader.scores().compare(options.seed);
+    writeOutput(options.json ? jsonLine(comparisonJson(comparison)) : comparisonTable(comparison));
     return 0;
 }
 

@@ -47,11 +47,3 @@ std::optional<TraceScore> scoreTrace(const NamedTrace& trace, const ChargingPlan
 // wrong.
 Json scoreJson(const TraceScore& score);
 TraceScore parseScore(const Json& object);
-
-// How well the methods did on all traces together, for a person: a table with hit rates, mean
-// reciprocal rank, answered openings and 95 % intervals. Traces are taken in order of their names,
-// so that the same scores give the same text in whatever order they came.
-std::string comparisonTable(std::vector<TraceScore> scores, uint64_t seed);
-
-// The same totals and intervals for a program.
-Json comparisonJson(std::vector<TraceScore> scores, uint64_t seed);

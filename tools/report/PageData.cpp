@@ -47,7 +47,7 @@ double quantile(const std::vector<double>& sorted, double share) {
 Json methodsJson(const Comparison& comparison) {
     Json methods;
     for (size_t i = 0; i < METHODS.size(); ++i) {
-        const MethodScore& total = comparison.totals[i];
+        const MethodTotals& total = comparison.totals[i];
         const Estimates& estimates = comparison.methods[i];
         Json method = {{"key", methodKey(METHODS[i])},
                        {"name", methodName(METHODS[i])},
@@ -84,15 +84,15 @@ Json rivalsJson(const Comparison& comparison) {
 Json ReportSum::pageData(const std::string& charging, uint64_t seed) const {
     Json page;
     page["program"] = KSBRAIN_VERSION;
-    page["traceCount"] = mScores.size();
-    for (size_t i = 0; i < std::min(mScores.size(), NAMED_TRACES); ++i) {
-        page["traces"].push_back(fileName(mScores[i].name));
+    page["traceCount"] = mUsers.size();
+    for (size_t i = 0; i < std::min(mUsers.size(), NAMED_TRACES); ++i) {
+        page["traces"].push_back(fileName(mUsers[i].name));
     }
     page["charging"] = charging;
     page["from"] = mDays.begin()->first;
     page["to"] = mDays.rbegin()->first;
     page["depths"] = DEPTHS;
-    const Comparison comparison = compareScores(mScores, seed);
+    const Comparison comparison = mScores.compare(seed);
     page["methods"] = methodsJson(comparison);
     page["rivals"] = rivalsJson(comparison);
     page["own"] = {{"bayes", predictorJson(mBayes)}, {"network", predictorJson(mNetwork)}};

@@ -20,7 +20,7 @@ void add(std::map<Key, Counts>& sums, const std::map<Key, Counts>& counts) {
 
 }  // namespace
 
-void ReportSum::add(TraceReport report) {
+void ReportSum::add(const TraceReport& report) {
     addScore(report.score);
     ::add(mHours, report.hours);
     ::add(mStretches, report.stretches);
@@ -29,7 +29,7 @@ void ReportSum::add(TraceReport report) {
     ::add(mLengths, report.lengths);
     ::add(mBayes, report.bayes);
     ::add(mNetwork, report.network);
-    mScores.push_back(std::move(report.score));
+    mScores.add(report.score);
 }
 
 void ReportSum::addScore(const TraceScore& score) {

@@ -5,15 +5,16 @@
 #include <string>
 #include <vector>
 
+#include "tools/compare/Comparison.h"
 #include "tools/report/TraceReport.h"
 
-// What the page shows, added up from the reports of its traces. Apart from the traces' scores,
-// which the intervals need, memory grows with the names, the days and a few numbers a trace only.
+// What the page shows, added up from the reports of its traces. Memory grows with the names, the
+// days and a few numbers a trace only.
 class ReportSum {
   public:
     ReportSum() : mHours(HOURS_OF_WEEK) {}
 
-    void add(TraceReport report);
+    void add(const TraceReport& report);
 
     // The page's data; tools/report/page/data.js reads it. `charging` is the plan as it was given.
     // The seed is that of the resampling behind the intervals. REQUIRES: at least one report.
@@ -41,7 +42,7 @@ class ReportSum {
     Json spreadJson() const;
     Json leastFoundJson() const;
 
-    std::vector<TraceScore> mScores;
+    ScoreSum mScores;
     std::vector<User> mUsers;
     std::map<std::string, HitCounts> mDays;
     std::vector<HitCounts> mHours;

@@ -65,20 +65,24 @@ class BrainMainApiTest : public testing::Test {
 };
 using BrainMainApiThreads = BrainMainApiTest;
 
-// Whether the engine's workers have all left: a detached thread may take a moment to do so after it
-// has been joined.
+// The engine's threads by their name; an emulator has some of its own.
+int workers() {
+    int count = 0;
+    for (const std::string& task : entriesOf("/proc/self/task")) {
+        std::string name;
+        std::ifstream("/proc/self/task/" + task + "/comm") >> name;
+        count += name == "vexa-ks" ? 1 : 0;
+    }
+    return count;
+}
+
+// Whether they have all left: a detached thread may take a moment to do so after it has been
+// joined.
 bool workersHaveLeft() {
-    for (int i = 0; i < 2000; ++i) {
-        bool found = false;
-        for (const std::string& task : entriesOf("/proc/self/task")) {
-            std::string name;
-            std::ifstream("/proc/self/task/" + task + "/comm") >> name;
-            found |= name == "vexa-ks";
-        }
-        if (!found) return true;
+    for (int i = 0; i < 2000 && workers() > 0; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    return false;
+    return workers() == 0;
 }
 
 TEST_F(BrainMainApiTest, RefusesEventsUnlessItRuns) {
@@ -108,11 +112,10 @@ TEST_F(BrainMainApiTest, ExitWithoutAStartIsSilentAndCleanPredictionIsNotProvide
 
 TEST_F(BrainMainApiTest, ASecondStartChangesNothing) {
     ASSERT_EQ(brain_main_init(nullptr), 0);
-    const size_t threads = entriesOf("/proc/self/task").size();
     LogCapture log;
     EXPECT_EQ(brain_main_init(nullptr), 0);
     EXPECT_THAT(log.texts(), IsEmpty());
-    EXPECT_EQ(entriesOf("/proc/self/task").size(), threads);
+    EXPECT_EQ(workers(), 1);
 }
 
 TEST_F(BrainMainApiTest, LearnsAndRemembersAcrossARestart) {
@@ -186,14 +189,12 @@ TEST_F(BrainMainApiTest, AThousandStartsAndStopsLeaveThreadsAndDescriptorsAsThey
     brain_main_init(nullptr);
     brain_main_exit();
     ASSERT_TRUE(workersHaveLeft());
-    const size_t threads = entriesOf("/proc/self/task").size();
     const size_t descriptors = entriesOf("/proc/self/fd").size();
     for (int round = 0; round < 1000; ++round) {
         ASSERT_EQ(brain_main_init(nullptr), 0);
         ASSERT_EQ(brain_main_exit(), 0);
     }
     EXPECT_TRUE(workersHaveLeft());
-    EXPECT_EQ(entriesOf("/proc/self/task").size(), threads);
     EXPECT_EQ(entriesOf("/proc/self/fd").size(), descriptors);
 }
 

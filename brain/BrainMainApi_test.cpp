@@ -18,7 +18,9 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
 
 constexpr int CODE_FOREGROUND = 4;
@@ -114,7 +116,8 @@ TEST_F(BrainMainApiTest, ASecondStartChangesNothing) {
     ASSERT_EQ(brain_main_init(nullptr), 0);
     LogCapture log;
     EXPECT_EQ(brain_main_init(nullptr), 0);
-    EXPECT_THAT(log.texts(), IsEmpty());
+    // The worker may still be logging its first turn.
+    EXPECT_THAT(log.texts(), Not(Contains(HasSubstr("brain_main_init"))));
     EXPECT_EQ(workers(), 1);
 }
 

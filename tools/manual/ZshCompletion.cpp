@@ -32,7 +32,7 @@ std::string value(const CommandArgument& argument) {
     return ':' + escaped(argument.value, ":\\") + ':' + valueAction(argument);
 }
 
-// One specification a name; an option that has been given is not offered again unless it may be.
+// One entry a name; an option that has been given is not offered again unless it may be.
 std::string optionSpecifications(const CommandArgument& option, const std::string& indent) {
     std::string text;
     for (const std::string& name : option.names) {

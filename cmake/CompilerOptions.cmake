@@ -69,6 +69,12 @@ function(ksbrain_ship name map)
         LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 endfunction()
 
+# In seconds. An emulator is some thirty times slower.
+set(KSBRAIN_TEST_TIMEOUT 300)
+if(CMAKE_CROSSCOMPILING)
+    set(KSBRAIN_TEST_TIMEOUT 1200)
+endif()
+
 # ksbrain_test(NAME SOURCES... LIBS LIBRARIES...): a GoogleTest program whose tests ctest runs each in
 # a process of its own. Tests derive from the engine's classes and so do without RTTI as well.
 function(ksbrain_test name)
@@ -76,5 +82,5 @@ function(ksbrain_test name)
     add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
     target_compile_options(${name} PRIVATE ${KSBRAIN_WARNINGS} -fno-rtti)
     target_link_libraries(${name} PRIVATE ${TEST_LIBS} log_capture test_support GTest::gmock GTest::gtest_main)
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${KSBRAIN_TEST_TIMEOUT})
 endfunction()

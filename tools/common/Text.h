@@ -4,6 +4,11 @@
 #include <string>
 #include <string_view>
 
+// Whether the text begins so.
+inline bool startsWith(std::string_view text, std::string_view begin) {
+    return text.substr(0, begin.size()) == begin;
+}
+
 // How values are shown to a person.
 
 // The text without characters that would disturb a terminal or break a line: each becomes '?'.

@@ -14,6 +14,23 @@ const char* nameOf(FileState state) {
     return "";
 }
 
+namespace {
+
+const std::string* take(FileReport& report, const StoredFile* file) {
+    if (file == nullptr) return nullptr;
+    report.bytes = file->bytes;
+    report.state = FileState::WHOLE;
+    if (file->problem.empty()) return &file->content;
+    report.damaged("It cannot be read: " + file->problem + ".");
+    return nullptr;
+}
+
+}  // namespace
+
+const std::string* openReport(FileReport& report, const EngineFiles& files) {
+    return take(report, files.find(report.name));
+}
+
 const std::string* openReport(FileReport& report, const EngineFiles& files, bool alsoAlone) {
     const std::string plain = report.name;
     const StoredFile* const file = files.find(plain);
@@ -31,10 +48,5 @@ const std::string* openReport(FileReport& report, const EngineFiles& files, bool
                        plain + " begins anew. Stop the engine and rename the backup to keep it.");
         return nullptr;
     }
-    if (read == nullptr) return nullptr;
-    report.bytes = read->bytes;
-    report.state = FileState::WHOLE;
-    if (read->problem.empty()) return &read->content;
-    report.damaged("It cannot be read: " + read->problem + ".");
-    return nullptr;
+    return take(report, read);
 }

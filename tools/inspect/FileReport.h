@@ -40,9 +40,12 @@ struct FileReport {
 
 const char* nameOf(FileState state);
 
-// The next start reads a backup in place of its file when the last save was not finished. Fills in
-// the report's name, size and state as far as that is settled by what is there, and returns the
-// content that the next start would read; null when there is nothing to examine.
+// Fills in the report's size and state as far as that is settled by what is there, and returns the
+// file's content; null when there is nothing to examine.
+const std::string* openReport(FileReport& report, const EngineFiles& files);
+
+// The same for a file with a backup, which the next start reads in its place when the last save was
+// not finished: the report takes its name then. `alsoAlone`: even when the file itself is missing.
 const std::string* openReport(FileReport& report, const EngineFiles& files, bool alsoAlone);
 
 FileReport reportModel(const EngineFiles& files, const EngineStart& start);

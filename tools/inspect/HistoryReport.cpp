@@ -14,15 +14,9 @@ constexpr size_t VOCABULARY = 30;
 
 FileReport reportHistory(const EngineFiles& files) {
     FileReport report("history", engine_file::HISTORY);
-    const StoredFile* const file = files.find(report.name);
-    if (file == nullptr) return report;
-    report.bytes = file->bytes;
-    report.state = FileState::WHOLE;
-    if (!file->problem.empty()) {
-        report.damaged("It cannot be read: " + file->problem + ".");
-        return report;
-    }
-    const std::string& text = file->content;
+    const std::string* const content = openReport(report, files);
+    if (content == nullptr) return report;
+    const std::string& text = *content;
     if (text.empty()) {
         report.damaged(
             "It is empty: the next start would take one opening without a name from it.");

@@ -83,15 +83,9 @@ FileReport reportNetwork(const EngineFiles& files, const EngineStart& start) {
 
 FileReport reportEvaluation(const EngineFiles& files, const EngineStart& start) {
     FileReport report("evaluation", engine_file::EVALUATION);
-    const StoredFile* const file = files.find(report.name);
-    if (file == nullptr) return report;
-    report.bytes = file->bytes;
-    report.state = FileState::WHOLE;
-    if (!file->problem.empty()) {
-        report.damaged("It cannot be read: " + file->problem + ".");
-        return report;
-    }
-    StrictLines lines(file->content);
+    const std::string* const content = openReport(report, files);
+    if (content == nullptr) return report;
+    StrictLines lines(*content);
     const std::optional<int> network = lines.number("ai");
     const std::optional<int> top1 = lines.number("Top1AppHitCount");
     const std::optional<int> top4 = lines.number("Top4AppHitCount");

@@ -5,18 +5,11 @@
 #include <fstream>
 #include <sstream>
 
+#include "tools/common/EngineFileNames.h"
+
+using namespace engine_file;
+
 namespace {
-
-constexpr char MODEL[] = "AppPreloadBayesModel";
-constexpr char MAP[] = "AppPreloadMap";
-constexpr char EVALUATION[] = "AppPreloadEvaluation";
-constexpr char HISTORY[] = "AppHistory";
-constexpr char USAGE[] = "AppUsage";
-constexpr char NETWORK[] = "aiPreloadApp.zml";
-
-std::string backupOf(const std::string& name) {
-    return name + ".bak";
-}
 
 bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
@@ -63,7 +56,7 @@ bool StoredFiles::hasLoaded(const std::string& log) {
 Findings StoredFiles::judge(const std::string& log) const {
     return {
         {MODEL, judgeModel(log)},
-        {MAP, judgeTable(MAP, log, "load app map ok")},
+        {APP_TABLE, judgeTable(APP_TABLE, log, "load app map ok")},
         {EVALUATION, judgePlain(EVALUATION, contains(log, "load Evaluation result ok"))},
         {HISTORY, judgePlain(HISTORY, contains(log, "load history mHistoryApps ok"))},
         {USAGE, judgeTable(USAGE, log, "load app usage ok")},
@@ -93,7 +86,7 @@ Finding StoredFiles::judgeTable(const std::string& name, const std::string& log,
     if (contains(log, name + " format error")) {
         const std::string& text = content(has(backupOf(name)) ? backupOf(name) : name);
         return {Found::REFUSED,
-                isWholeTable(text, name == MAP) ? "" : "the very first save was cut"};
+                isWholeTable(text, name == APP_TABLE) ? "" : "the very first save was cut"};
     }
     if (has(name)) return {Found::ABSENT, ""};
     return {Found::ABSENT, has(backupOf(name)) ? "killed between the backup and the new file"

@@ -92,7 +92,8 @@ void addReplayCommand(CLI::App& program, int& status) {
         ->type_name("N")
         ->check(CLI::Range(1, 1000))
         ->excludes(json);
-    verb->add_flag("--quiet", options->quiet, "Show no progress bar");
+    verb->add_flag("--quiet", options->quiet,
+                   "Show no progress bar, and do not say how the trace was understood");
     addLogOption(*verb, options->logLevel);
     verb->callback([options, &status] { status = replay(*options); });
 }

@@ -26,10 +26,6 @@ std::string_view takeLine(std::string_view& text) {
     return line;
 }
 
-bool startsWith(std::string_view text, std::string_view begin) {
-    return text.substr(0, begin.size()) == begin;
-}
-
 bool isUsageStats(std::string_view text) {
     while (!text.empty()) {
         const std::string_view line = takeLine(text);

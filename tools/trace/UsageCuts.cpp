@@ -9,10 +9,6 @@
 
 namespace {
 
-bool startsWith(std::string_view text, std::string_view begin) {
-    return text.substr(0, begin.size()) == begin;
-}
-
 // How many opening lines of a type go on behind the package, and how many stop there.
 struct Endings {
     size_t whole = 0;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tools/common/Text.h"
+
 namespace {
 
 constexpr std::string_view OPENINGS[] = {"MOVE_TO_FOREGROUND", "ACTIVITY_RESUMED", "1"};
@@ -22,10 +24,6 @@ bool isWord(char c) {
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
-}
-
-bool startsWith(std::string_view text, std::string_view begin) {
-    return text.substr(0, begin.size()) == begin;
 }
 
 bool holds(std::string_view text, std::string_view part) {

@@ -24,23 +24,27 @@ PREFIX ?= /usr/local
 comma := ,
 BUILD := build$(if $(SANITIZE),-$(subst $(comma),-,$(SANITIZE)))
 JOBS := $(shell nproc)
+OPTIONS := -DCMAKE_CXX_COMPILER=clang++ -DKSBRAIN_SANITIZE=$(SANITIZE)
 
-.PHONY: build test demo bench stress kills arm64 test-arm64 install install-tools pictures format setup clean
+.PHONY: build tests test demo bench stress kills arm64 test-arm64 install install-tools pictures format setup clean
 
-# configure-and-build(FOLDER,OPTIONS)
+# configure-and-build(FOLDER,OPTIONS,TARGETS)
 define configure-and-build
 	@mkdir -p $(1)
 	@cmake -S . -B $(1) -G Ninja $(2) >$(1)/configure.log || { cat $(1)/configure.log; exit 1; }
-	@cmake --build $(1)
+	@cmake --build $(1) $(3)
 endef
 
 build: setup
-	$(call configure-and-build,$(BUILD),-DCMAKE_CXX_COMPILER=clang++ -DKSBRAIN_SANITIZE=$(SANITIZE))
+	$(call configure-and-build,$(BUILD),$(OPTIONS))
 
 setup:
 	@cmake/setup.sh
 
-test: build
+tests: setup
+	$(call configure-and-build,$(BUILD),$(OPTIONS) -DKSBRAIN_TESTS=ON,--target all tests ksbrain_manual)
+
+test: tests
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
 demo: build
@@ -49,24 +53,24 @@ demo: build
 	@TZ=UTC $(BUILD)/ksbrain replay --charging 23:00-07:00 --moments 8 $(BUILD)/demo/trace.csv
 	@TZ=UTC $(BUILD)/ksbrain report --charging 23:00-07:00 -o $(BUILD)/demo/report.html $(BUILD)/demo/trace.csv
 
-bench: build
+bench: tests
 	@cmake --build $(BUILD) --target ksbrain_bench
 	@$(BUILD)/bench/ksbrain_bench
 
-stress: build
-	@for program in $(BUILD)/*/*_test; do \
+stress: tests
+	@for program in $(BUILD)/engine/*/*_test $(BUILD)/tools/*/*_test; do \
 	    echo "$$program"; \
 	    $$program --gtest_filter='*Threads.*' --gtest_repeat=$(REPEAT) --gtest_brief=1 --gtest_break_on_failure \
 	        >$(BUILD)/stress.log 2>&1 || { tail -50 $(BUILD)/stress.log; exit 1; }; \
 	done
 
-kills: demo
+kills: tests demo
 	@$(BUILD)/ksbrain-kills --program $(BUILD)/ksbrain --kills $(KILLS) $(BUILD)/demo/trace.csv
 
 arm64:
 	@cmake/setup.sh qemu-user-static
 	@cmake/arm64-sysroot.sh build-arm64
-	$(call configure-and-build,build-arm64,-DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/arm64.cmake)
+	$(call configure-and-build,build-arm64,-DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/arm64.cmake -DKSBRAIN_TESTS=ON,--target all tests ksbrain_manual)
 
 test-arm64: arm64
 	@cd build-arm64 && ctest --output-on-failure -j $(JOBS)
@@ -74,7 +78,7 @@ test-arm64: arm64
 install: build
 	@DESTDIR=$(DESTDIR) cmake --install $(BUILD) --prefix $(PREFIX)
 
-install-tools: build
+install-tools: tests
 	@DESTDIR=$(DESTDIR) cmake --install $(BUILD) --prefix $(PREFIX) --component tools
 
 pictures: demo

@@ -13,9 +13,13 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 if(NOT CMAKE_BUILD_TYPE)
-    set(CMAKE_BUILD_TYPE RelWithDebInfo)
+    set(CMAKE_BUILD_TYPE Release)
 endif()
-set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
+
+# Everything is compiled with what suffices for it: the engine for speed (ksbrain_library, below), the
+# rest for a short build, and debug information only where CMAKE_BUILD_TYPE asks for it.
+set(CMAKE_CXX_FLAGS_RELEASE "-O1")
+set(KSBRAIN_ENGINE_OPTIMIZATION "$<$<CONFIG:Release>:-O2>")
 
 # libc++ everywhere: the event record is shared with the host in its layout. Scores are rounded after
 # every operation, so that every machine gives the same bits.
@@ -34,7 +38,8 @@ endif()
 
 set(KSBRAIN_SANITIZE "" CACHE STRING "sanitizers to build with, as for -fsanitize")
 if(KSBRAIN_SANITIZE)
-    set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g1")
+    set(CMAKE_CXX_FLAGS_RELEASE "-O1 -gline-tables-only")
+    set(KSBRAIN_ENGINE_OPTIMIZATION "")
     add_compile_options(-fsanitize=${KSBRAIN_SANITIZE} -fno-sanitize-recover=all
                         -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${KSBRAIN_SANITIZE})
@@ -53,8 +58,9 @@ set(KSBRAIN_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wthread-saf
 # type information.
 function(ksbrain_library name)
     add_library(${name} STATIC ${ARGN})
-    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
-    target_compile_options(${name} PRIVATE ${KSBRAIN_WARNINGS} -fno-exceptions -fno-rtti)
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/engine)
+    target_compile_options(${name} PRIVATE
+        ${KSBRAIN_WARNINGS} -fno-exceptions -fno-rtti ${KSBRAIN_ENGINE_OPTIMIZATION})
 endfunction()
 
 # ksbrain_ship(NAME MAP): the properties of a shipped library. It exports what the version script MAP
@@ -67,20 +73,4 @@ function(ksbrain_ship name map)
         LINKER_LANGUAGE CXX
         LINK_DEPENDS ${map}
         LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
-endfunction()
-
-# In seconds. An emulator is some thirty times slower.
-set(KSBRAIN_TEST_TIMEOUT 300)
-if(CMAKE_CROSSCOMPILING)
-    set(KSBRAIN_TEST_TIMEOUT 1200)
-endif()
-
-# ksbrain_test(NAME SOURCES... LIBS LIBRARIES...): a GoogleTest program whose tests ctest runs each in
-# a process of its own. Tests derive from the engine's classes and so do without RTTI as well.
-function(ksbrain_test name)
-    cmake_parse_arguments(TEST "" "" "LIBS" ${ARGN})
-    add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
-    target_compile_options(${name} PRIVATE ${KSBRAIN_WARNINGS} -fno-rtti)
-    target_link_libraries(${name} PRIVATE ${TEST_LIBS} log_capture test_support GTest::gmock GTest::gtest_main)
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${KSBRAIN_TEST_TIMEOUT})
 endfunction()

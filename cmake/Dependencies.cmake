@@ -13,13 +13,3 @@ else()
     target_include_directories(android_log SYSTEM INTERFACE ${ANDROID_INCLUDE_DIR})
     target_link_libraries(android_log INTERFACE ${ANDROID_LOG_LIBRARY})
 endif()
-
-if(KSBRAIN_ENGINE_ONLY)
-    return()
-endif()
-
-# GoogleTest, from its sources, since it must be built with libc++.
-include(GoogleTest)
-find_path(GOOGLETEST_SOURCE_DIR googletest/CMakeLists.txt PATHS /usr/src/googletest REQUIRED)
-set(INSTALL_GTEST OFF)
-add_subdirectory(${GOOGLETEST_SOURCE_DIR} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)

@@ -8,8 +8,8 @@ set(KSBRAIN_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/ksbrain)
 set(KSBRAIN_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/ksbrain)
 set(KSBRAIN_PKGCONFIGDIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-install(FILES brain/BrainMainApi.h DESTINATION ${KSBRAIN_INCLUDEDIR}/brain)
-install(FILES base/BrainEvent.h base/RefBase.h DESTINATION ${KSBRAIN_INCLUDEDIR}/base)
+install(FILES engine/brain/BrainMainApi.h DESTINATION ${KSBRAIN_INCLUDEDIR}/brain)
+install(FILES engine/base/BrainEvent.h engine/base/RefBase.h DESTINATION ${KSBRAIN_INCLUDEDIR}/base)
 
 set(libraries ksbrain zml)
 if(NOT KSBRAIN_ENGINE_ONLY)

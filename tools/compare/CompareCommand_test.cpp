@@ -9,7 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "tools/common/JsonLine.h"
 #include "tools/test/ProgramRun.h"
 

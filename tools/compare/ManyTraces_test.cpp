@@ -8,7 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "tools/common/InputError.h"
 #include "tools/common/Interrupt.h"
 

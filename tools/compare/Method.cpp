@@ -5,7 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/SettableEnvironment.h"
+#include "platform/workstation/SettableEnvironment.h"
 #include "tools/common/DataDirectory.h"
 #include "tools/compare/PredictorAlone.h"
 #include "tools/compare/SimpleRule.h"

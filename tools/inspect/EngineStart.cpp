@@ -4,7 +4,7 @@
 #include <memory>
 #include <sstream>
 
-#include "platform/SettableEnvironment.h"
+#include "platform/workstation/SettableEnvironment.h"
 #include "preload/AppPreloadModel.h"
 
 EngineStart::EngineStart(const EngineFiles& files) {

@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "base/Environment.h"
-#include "platform/SettableEnvironment.h"
+#include "platform/workstation/SettableEnvironment.h"
 #include "tools/common/InputError.h"
 #include "tools/common/Text.h"
 #include "tools/inspect/ExplainBayes.h"

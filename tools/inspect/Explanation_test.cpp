@@ -7,8 +7,8 @@
 #include <random>
 #include <sstream>
 
-#include "platform/SettableEnvironment.h"
-#include "platform/test/TempDir.h"
+#include "platform/workstation/SettableEnvironment.h"
+#include "platform/testing/TempDir.h"
 #include "preload/BayesAdapter.h"
 #include "preload/ZmlAdapter.h"
 #include "tools/common/EngineLog.h"

@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "tools/common/EngineLog.h"
 #include "tools/common/InputError.h"
 #include "tools/inspect/test/SmallState.h"

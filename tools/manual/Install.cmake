@@ -15,7 +15,7 @@ ksbrain_prints(ksbrain.1 manual)
 ksbrain_prints(completion/bash/ksbrain completion bash)
 ksbrain_prints(completion/zsh/_ksbrain completion zsh)
 ksbrain_prints(completion/fish/ksbrain.fish completion fish)
-add_custom_target(ksbrain_manual ALL DEPENDS ${files})
+add_custom_target(ksbrain_manual DEPENDS ${files})
 
 set(component COMPONENT tools EXCLUDE_FROM_ALL)
 set_target_properties(ksbrain_program PROPERTIES

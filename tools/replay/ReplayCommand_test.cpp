@@ -5,7 +5,7 @@
 #include <csignal>
 #include <filesystem>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "tools/common/JsonLine.h"
 #include "tools/test/ProgramRun.h"
 

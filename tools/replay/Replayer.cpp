@@ -1,6 +1,6 @@
 #include "tools/replay/Replayer.h"
 
-#include "platform/SettableEnvironment.h"
+#include "platform/workstation/SettableEnvironment.h"
 #include "preload/AppPreloadModel.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <set>
 
-#include "platform/test/LogCapture.h"
-#include "platform/test/TempDir.h"
+#include "platform/testing/LogCapture.h"
+#include "platform/testing/TempDir.h"
 #include "tools/replay/ResultTable.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <optional>
 #include <thread>
 
-#include "platform/SettableEnvironment.h"
+#include "platform/workstation/SettableEnvironment.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <csignal>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "tools/common/JsonLine.h"
 #include "tools/serve/PrivateRoot.h"
 #include "tools/serve/ServeConversation.h"

@@ -3,7 +3,7 @@
 
 #include <csignal>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "tools/test/ProgramRun.h"
 
 namespace {

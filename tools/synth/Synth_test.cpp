@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "tools/common/DataDirectory.h"
 #include "tools/replay/Replayer.h"
 #include "tools/synth/SynthCsv.h"

@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <map>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "tools/test/ProgramRun.h"
 
 namespace {

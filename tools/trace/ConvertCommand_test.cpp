@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "tools/test/ProgramRun.h"
 
 namespace {

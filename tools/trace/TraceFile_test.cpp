@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "tools/common/InputError.h"
 #include "tools/trace/LsappTable.h"
 #include "tools/trace/TraceCsv.h"

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "tools/common/InputError.h"
 
 namespace {

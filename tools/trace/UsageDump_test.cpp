@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "tools/common/InputError.h"
 #include "tools/trace/TraceCsv.h"
 #include "tools/trace/TraceFile.h"

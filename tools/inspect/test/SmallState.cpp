@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/test/TempDir.h"
+#include "platform/testing/TempDir.h"
 #include "zml/CountModel.h"
 #include "zml/NetworkFile.h"
 #include "zml/NeuralLearner.h"

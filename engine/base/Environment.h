@@ -1,0 +1,17 @@
+#pragma once
+
+#include <ctime>
+#include <string>
+
+// What the engine takes from the world outside, in one place: where its files lie and what time it
+// is. The shipped libraries link the fixed answers of Environment.cpp; tests and tools link
+// platform/workstation/SettableEnvironment.cpp instead. Any thread may ask.
+namespace environment {
+
+// The directory of all files the engine keeps, without a trailing slash.
+std::string dataDirectory();
+
+// The wall clock, in seconds since the epoch.
+time_t now();
+
+}  // namespace environment

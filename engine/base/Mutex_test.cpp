@@ -1,0 +1,98 @@
+#include "base/Mutex.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <future>
+#include <new>
+
+#include "base/Condition.h"
+#include "base/Latch.h"
+#include "platform/testing/LogCapture.h"
+
+namespace {
+
+// A mutex on which the platform refuses every call.
+Mutex& destroyedMutex() {
+    alignas(Mutex) static unsigned char memory[sizeof(Mutex)];
+    auto* const mutex = new (memory) Mutex;
+    mutex->~Mutex();
+    return *mutex;
+}
+
+TEST(MutexDeathTest, EveryRefusedCallIsFatal) NO_THREAD_SAFETY_ANALYSIS {
+    EXPECT_DEATH({ Mutex().lock(); }, "ERROR  pthread_mutex_destroy error");
+    EXPECT_DEATH(destroyedMutex().lock(), "ERROR  pthread_mutex_lock error");
+    EXPECT_DEATH(destroyedMutex().tryLock(), "ERROR  pthread_mutex_trylock error");
+    EXPECT_DEATH(destroyedMutex().unlock(), "ERROR  pthread_mutex_unlock error");
+}
+
+TEST(MutexThreads, TryLockFailsWhileAnotherHoldsIt) {
+    Mutex mutex;
+    if (!mutex.tryLock()) FAIL();
+    std::async(std::launch::async, [&] {
+        if (!mutex.tryLock()) return;
+        ADD_FAILURE() << "it was taken twice";
+        mutex.unlock();
+    }).wait();
+    mutex.unlock();
+}
+
+TEST(Condition, WaitsAsLongAsAskedOnTheMonotonicClock) {
+    using Clock = std::chrono::steady_clock;
+    Mutex mutex;
+    Condition condition;
+    MutexLock lock(mutex);
+    for (const int ms : {0, -5}) EXPECT_EQ(condition.wait(mutex, ms), -1);
+    for (const int ms : {30, 1020}) {
+        const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(ms);
+        int result = 0;
+        while (result == 0) result = condition.wait(mutex, ms);
+        EXPECT_EQ(result, ETIMEDOUT);
+        EXPECT_GE(Clock::now(), deadline);
+    }
+}
+
+// Nearly every deadline 999 ms ahead lies in the next second.
+TEST(ConditionThreads, SignalEndsATimedWaitAcrossASecond) {
+    Mutex mutex;
+    Condition condition;
+    std::future<void> signaller;
+    MutexLock lock(mutex);
+    signaller = std::async(std::launch::async, [&] {
+        MutexLock own(mutex);  // free only once the wait has begun
+        condition.signal();
+    });
+    EXPECT_NE(condition.wait(mutex, 999), EINVAL);
+}
+
+TEST(Latch, NeitherWaitsAtZeroNorFallsBelow) {
+    const LogCapture log(5);
+    Latch latch(0);
+    latch.wait();
+    latch.countDown();
+    latch.countDown();
+    EXPECT_EQ(log.count("ERROR  mCount is incorrect when counting down 0"), 2);
+}
+
+TEST(LatchThreads, ReleaseEveryWaiterAfterTheLastCount) {
+    for (int round = 0; round < 20; ++round) {
+        Latch started(2);
+        Latch latch(3);
+        int work = 0;
+        const auto waitForWork = [&] {
+            started.countDown();
+            latch.wait();
+            return work;
+        };
+        std::future<int> one = std::async(std::launch::async, waitForWork);
+        std::future<int> other = std::async(std::launch::async, waitForWork);
+        started.wait();
+        for (; work < 3; latch.countDown()) ++work;
+        EXPECT_EQ(one.get(), 3);
+        EXPECT_EQ(other.get(), 3);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,50 @@
+#include "platform/workstation/SettableEnvironment.h"
+
+#include "base/Mutex.h"
+
+namespace environment {
+
+namespace {
+
+struct Settings {
+    Mutex lock;
+    std::string dataDirectory GUARDED_BY(lock);
+    bool clockStopped GUARDED_BY(lock) = false;
+    time_t now GUARDED_BY(lock) = 0;
+};
+
+// Never destroyed: threads may still ask while the process ends.
+Settings& settings() {
+    static Settings* const instance = new Settings;
+    return *instance;
+}
+
+}  // namespace
+
+std::string dataDirectory() {
+    MutexLock lock(settings().lock);
+    return settings().dataDirectory;
+}
+
+time_t now() {
+    MutexLock lock(settings().lock);
+    return settings().clockStopped ? settings().now : time(nullptr);
+}
+
+void setDataDirectory(const std::string& directory) {
+    MutexLock lock(settings().lock);
+    settings().dataDirectory = directory;
+}
+
+void setNow(time_t seconds) {
+    MutexLock lock(settings().lock);
+    settings().clockStopped = true;
+    settings().now = seconds;
+}
+
+void useSystemClock() {
+    MutexLock lock(settings().lock);
+    settings().clockStopped = false;
+}
+
+}  // namespace environment

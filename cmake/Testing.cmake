@@ -1,5 +1,6 @@
-# How tests are built. No test is part of the default build: the target `tests` builds them all, and
-# `engine_tests` those of the engine.
+# How tests are built. None is part of the default build: the target `tests` builds them all. Those of the
+# engine, and of the tools that share its threads or files, have the label "engine" and the target
+# `engine_tests`: sanitizers and the emulator have something to say about them.
 
 include(GoogleTest)
 enable_testing()
@@ -9,9 +10,12 @@ find_path(GOOGLETEST_SOURCE_DIR googletest/CMakeLists.txt PATHS /usr/src/googlet
 set(INSTALL_GTEST OFF)
 add_subdirectory(${GOOGLETEST_SOURCE_DIR} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 
-add_custom_target(tests)
 add_custom_target(engine_tests)
-add_dependencies(tests engine_tests)
+add_custom_target(tools_tests)
+add_custom_target(tests DEPENDS engine_tests tools_tests)
+
+# The label of the tests in this folder and below.
+set(KSBRAIN_TEST_LABEL tools)
 
 # In seconds. An emulator is some thirty times slower.
 set(KSBRAIN_TEST_TIMEOUT 300)
@@ -34,15 +38,18 @@ function(ksbrain_test name)
     target_compile_options(${name} PRIVATE ${KSBRAIN_WARNINGS} -fno-rtti)
     target_link_libraries(${name} PRIVATE ${TEST_LIBS} log_capture test_support gtest_headers)
     target_precompile_headers(${name} REUSE_FROM gtest_headers)
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${KSBRAIN_TEST_TIMEOUT})
-    ksbrain_built_for_tests(${name})
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
+        PROPERTIES TIMEOUT ${KSBRAIN_TEST_TIMEOUT} LABELS ${KSBRAIN_TEST_LABEL})
+    add_dependencies(${KSBRAIN_TEST_LABEL}_tests ${name})
 endfunction()
 
-# ksbrain_built_for_tests(TARGET): builds a program that tests run together with the tests.
-function(ksbrain_built_for_tests target)
-    if(CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/engine/")
-        add_dependencies(engine_tests ${target})
-    else()
-        add_dependencies(tests ${target})
+# ksbrain_program_test(NAME COMMAND...): a test that is a command, of a program built here if its first
+# word names one. Status 77 says that the machine does not let it run.
+function(ksbrain_program_test name)
+    add_test(NAME ${name} COMMAND ${ARGN})
+    set_tests_properties(${name} PROPERTIES
+        TIMEOUT ${KSBRAIN_TEST_TIMEOUT} LABELS ${KSBRAIN_TEST_LABEL} SKIP_RETURN_CODE 77)
+    if(TARGET ${ARGV1})
+        add_dependencies(${KSBRAIN_TEST_LABEL}_tests ${ARGV1})
     endif()
 endfunction()

@@ -1,24 +1,48 @@
 #!/bin/sh
-# setup.sh [PACKAGE...]: installs what building and testing needs on Debian, and the packages named. Does
-# nothing when it is all there.
+# setup.sh PURPOSE...: installs what Debian has for each purpose, as far as it is missing.
+#   build     the program and its libraries
+#   page      what the report's page is made with
+#   tests     the tests
+#   browser   the tests of the report's page, and the pictures
+#   bench     the benchmarks
+#   arm64     running what was built for 64-bit Arm
+#   lint      the checks of the sources
 set -eu
 
-packages="clang lld cmake ninja-build libc++-dev libc++abi-dev libclang-rt-dev googletest
-    libcli11-dev nlohmann-json3-dev zlib1g-dev catch2 android-liblog-dev pkg-config parallel $*"
+packages=
 
-# Programs that may be there from elsewhere: the report's page is made with Node and tried in a browser.
-# unless_found PACKAGE PROGRAM...: adds the package when none of the programs is found.
+# unless_found PACKAGE PROGRAM...: adds the package when none of the programs is found; they may be
+# there from elsewhere.
 unless_found() {
     package=$1
     shift
     for program; do
-        command -v "$program" >/dev/null && return
+        ! command -v "$program" >/dev/null || return 0
     done
     packages="$packages $package"
 }
-unless_found nodejs node nodejs
-unless_found npm npm
-unless_found chromium chromium chromium-browser google-chrome
+
+for purpose; do
+    case $purpose in
+    build)
+        packages="$packages clang lld cmake ninja-build libc++-dev libc++abi-dev
+            libcli11-dev nlohmann-json3-dev zlib1g-dev android-liblog-dev"
+        ;;
+    page)
+        unless_found nodejs node
+        unless_found npm npm
+        ;;
+    tests) packages="$packages libclang-rt-dev googletest pkg-config parallel help2man" ;;
+    browser) unless_found chromium chromium chromium-browser google-chrome ;;
+    bench) packages="$packages googletest catch2" ;;
+    arm64) packages="$packages qemu-user-static" ;;
+    lint) packages="$packages clang-format clang-tidy" ;;
+    *)
+        echo "setup: there is no purpose $purpose" >&2
+        exit 2
+        ;;
+    esac
+done
 
 missing=
 for package in $packages; do
@@ -43,9 +67,12 @@ fi
 echo "setup: installing$missing"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
+# One at a time: a build installs what it needs last while it compiles.
+exec 9>"${TMPDIR:-/tmp}/ksbrain-setup-$(id -u).lock"
+flock 9
 if ! { $as_root apt-get update &&
     $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $missing; } \
-    >"$log" 2>&1; then
+    >"$log" 2>&1 9>&-; then
     cat "$log" >&2
     exit 1
 fi

@@ -1,13 +1,13 @@
-// browser_test.mjs CHROMIUM PROGRAM...: opens pages of the program, which may need an emulator before
+// browser_test.mjs PROGRAM...: opens pages of the program, which may need an emulator before
 // it, and holds what they show against the traces themselves and the other verbs' numbers.
 import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
-import { chromium } from "playwright-core";
+import { launchBrowser } from "./browser.mjs";
 
-const [browserProgram, ...program] = process.argv.slice(2);
+const program = process.argv.slice(2);
 const folder = mkdtempSync(join(tmpdir(), "ksbrain-page-"));
 const at = (name) => join(folder, name);
 
@@ -180,7 +180,7 @@ async function checkSeveralTraces(browser) {
   });
 }
 
-const browser = await chromium.launch({ executablePath: browserProgram });
+const browser = await launchBrowser();
 try {
   await checkOneTrace(browser);
   await checkSeveralTraces(browser);

@@ -1,15 +1,14 @@
-// pictures.mjs CHROMIUM PROGRAM DEMO OUT: makes the README's pictures: the page of the demo in DEMO, by
+// pictures.mjs PROGRAM DEMO OUT: makes the README's pictures: the page of the demo in DEMO, by
 // day and by night, and what two verbs print about it.
 import { execFileSync } from "node:child_process";
 import { mkdirSync } from "node:fs";
 import { resolve } from "node:path";
 import { pathToFileURL } from "node:url";
-import { chromium } from "playwright-core";
+import { launchBrowser } from "./browser.mjs";
 
-const [browserProgram, program, demo, out] = process.argv.slice(2);
+const [program, demo, out] = process.argv.slice(2);
 mkdirSync(out, { recursive: true });
-const rootHasNoSandbox = process.getuid() === 0 ? ["--no-sandbox"] : [];
-const browser = await chromium.launch({ executablePath: browserProgram, args: rootHasNoSandbox });
+const browser = await launchBrowser();
 
 async function picture(name, { url, html, width, height, colorScheme = "light" }) {
   const page = await browser.newPage({ viewport: { width, height }, colorScheme });

@@ -1,17 +1,15 @@
-#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 
-#include "tools/common/CommandLineError.h"
-#include "tools/common/HelpText.h"
+#include "tools/common/CommandLine.h"
 #include "tools/common/InputError.h"
 #include "tools/common/Output.h"
 #include "tools/compare/CompareCommand.h"
 #include "tools/compare/MergeCommand.h"
 #include "tools/inspect/ExplainCommand.h"
 #include "tools/inspect/InspectCommand.h"
-#include "tools/manual/ManualCommand.h"
+#include "tools/manual/CompletionCommand.h"
 #include "tools/replay/ReplayCommand.h"
 #include "tools/report/ReportCommand.h"
 #include "tools/serve/ServeCommand.h"
@@ -20,13 +18,7 @@
 
 namespace {
 
-constexpr char FOOTER[] =
-    "Examples:\n"
-    "  ksbrain replay phone.csv\n"
-    "      how often the engine would have been right\n"
-    "  ksbrain VERB --help\n"
-    "      what a verb does, with examples\n"
-    "\n"
+constexpr char NOTE[] =
     "Exit status:\n"
     "  0      all is well\n"
     "  1      something failed while the program ran\n"
@@ -44,50 +36,23 @@ int fail(const std::exception& error, int status) {
     return status;
 }
 
-int parse(CLI::App& program, int argc, char** argv, const int& status) {
-    try {
-        program.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        writeOutput(program.help());
-    } catch (const CLI::CallForVersion& version) {
-        writeOutput(std::string(version.what()) + '\n');
-    } catch (const CLI::ParseError& error) {
-        throw InputError(commandLineError(program, error.what()));
-    }
-    return status;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    int status = 0;
-    CLI::App program("Tries, scores and explains the engine's predictions on a workstation",
-                     "ksbrain");
-    program.formatter_fn([](const CLI::App* command, const std::string& name, CLI::AppFormatMode) {
-        return helpText(*command, name);
-    });
-    program.require_subcommand(1);
-    program.set_help_flag("-h,--help", "Show this help");
-    program.set_version_flag("--version", "ksbrain " KSBRAIN_VERSION, "Show the version");
-    addReplayCommand(program, status);
-    addReportCommand(program, status);
-    addCompareCommand(program, status);
-    addMergeCommand(program, status);
-    addConvertCommand(program, status);
-    addInspectCommand(program, status);
-    addExplainCommand(program, status);
-    addServeCommand(program, status);
-    addSynthCommand(program, status);
-    addManualCommands(program, status);
-    program.footer(FOOTER);  // a verb would inherit it
+    Program program{"ksbrain",
+                    KSBRAIN_VERSION,
+                    "Tries, scores and explains the engine's predictions on a workstation",
+                    {{"ksbrain replay phone.csv", "how often the engine would have been right"},
+                     {"ksbrain VERB --help", "what a verb does, with examples"}},
+                    NOTE};
+    program.verbs = {
+        makeReplayVerb(),  makeReportVerb(),           makeCompareVerb(), makeMergeVerb(),
+        makeConvertVerb(), makeInspectVerb(),          makeExplainVerb(), makeServeVerb(),
+        makeSynthVerb(),   makeCompletionVerb(program)};
 
     signal(SIGPIPE, SIG_IGN);  // a reader that is gone shows as a failed write
-    if (argc <= 1) {
-        fputs(overview(program).c_str(), stderr);
-        return EXIT_BAD_INPUT;
-    }
     try {
-        return parse(program, argc, argv, status);
+        return runCommandLine(program, argc, argv);
     } catch (const OutputClosed&) {
         return EXIT_SIGNALLED + SIGPIPE;
     } catch (const InputError& error) {

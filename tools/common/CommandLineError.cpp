@@ -1,11 +1,9 @@
 #include "tools/common/CommandLineError.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <numeric>
 #include <string_view>
 
-#include "tools/common/CommandOutline.h"
 #include "tools/common/Text.h"
 
 namespace {
@@ -44,35 +42,44 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
     return best.empty() ? "" : "; did you mean " + best + '?';
 }
 
-}  // namespace
+std::vector<std::string> namesOf(const std::vector<Argument>& options) {
+    std::vector<std::string> names;
+    for (const Argument& option : options) {
+        names.insert(names.end(), option.names.begin(), option.names.end());
+    }
+    return names;
+}
 
-std::string commandLineError(const CLI::App& program, const std::string& message) {
-    const std::vector<CLI::App*> given = program.get_subcommands();
-    const bool beforeVerb = given.empty() || !program.remaining().empty();
-    const CLI::App& command = beforeVerb ? program : *given.front();
-    const std::string name = command.get_name();
-    const std::string help =
-        " (see " + (beforeVerb ? "" : program.get_name() + ' ') + name + " --help)";
-
-    const CommandOutline outline = outlineOf(command);
-    const std::vector<std::string> unknown = command.remaining();
+// What there is to say of an option among the words that the command does not have.
+std::string unknownOption(const std::string& command, const std::vector<std::string>& unknown,
+                          const std::vector<Argument>& options, const std::string& help) {
     const auto option = std::find_if(unknown.begin(), unknown.end(),
                                      [](const std::string& word) { return word[0] == '-'; });
-    if (option != unknown.end()) {
-        const std::string word = option->substr(0, option->find('='));
-        std::vector<std::string> names;
-        for (const CommandArgument& each : outline.options) {
-            names.insert(names.end(), each.names.begin(), each.names.end());
-        }
-        const std::string hint = suggestion(word, names);
-        return name + " has no option " + printable(word) + (hint.empty() ? help : hint);
-    }
-    if (unknown.empty()) {
-        return (given.empty() ? "" : name + ": ") + printable(message) + help;
-    }
-    if (outline.verbs.empty()) return name + ": too much is " + inQuotes(unknown.front()) + help;
-    std::vector<std::string> names;
-    for (const CommandOutline& verb : outline.verbs) names.push_back(verb.name);
-    const std::string hint = suggestion(unknown.front(), names);
+    if (option == unknown.end()) return "";
+    const std::string word = option->substr(0, option->find('='));
+    const std::string hint = suggestion(word, namesOf(options));
+    return command + " has no option " + printable(word) + (hint.empty() ? help : hint);
+}
+
+}  // namespace
+
+std::string commandLineError(const Program& program, const std::vector<std::string>& unknown,
+                             const std::string& message) {
+    const std::string help = " (see " + program.name + " --help)";
+    if (unknown.empty()) return printable(message) + help;
+    const std::string option = unknownOption(program.name, unknown, optionsOf(program), help);
+    if (!option.empty()) return option;
+    std::vector<std::string> verbs;
+    for (const Verb& verb : program.verbs) verbs.push_back(verb.name);
+    const std::string hint = suggestion(unknown.front(), verbs);
     return "there is no verb " + inQuotes(unknown.front()) + (hint.empty() ? help : hint);
+}
+
+std::string commandLineError(const Program& program, const Verb& verb,
+                             const std::vector<std::string>& unknown, const std::string& message) {
+    const std::string help = " (see " + program.name + ' ' + verb.name + " --help)";
+    if (unknown.empty()) return verb.name + ": " + printable(message) + help;
+    const std::string option = unknownOption(verb.name, unknown, optionsOf(verb), help);
+    if (!option.empty()) return option;
+    return verb.name + ": too much is " + inQuotes(unknown.front()) + help;
 }

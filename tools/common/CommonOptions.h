@@ -1,27 +1,11 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
+#include "tools/common/Verb.h"
 
-namespace CLI {
-class App;
-}
+// Options that several verbs have. What they set keeps its value without the option.
 
-// A command line for a verb's help, and what it does.
-struct Example {
-    std::string command;
-    std::string effect;
-};
+// --seed N, a whole number from 0 on.
+void addSeedOption(Verb& verb, uint64_t& seed, const std::string& description);
 
-// Adds a verb to the program, with examples at the end of its help.
-CLI::App* addVerb(CLI::App& program, const std::string& name, const std::string& description,
-                  const std::vector<Example>& examples);
-
-// Options that several verbs have.
-
-// --seed N, a whole number from 0 on; `seed` keeps its value without the option.
-void addSeedOption(CLI::App& verb, uint64_t& seed, const std::string& description);
-
-// --log LEVEL; `level` receives 1..8 and keeps its value without the option.
-void addLogOption(CLI::App& verb, int& level);
+// --log LEVEL; `level` receives 1..8.
+void addLogOption(Verb& verb, int& level);

@@ -1,9 +1,8 @@
 #include "tools/common/HelpText.h"
 
-#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <string_view>
 
-#include "tools/common/CommandOutline.h"
 #include "tools/common/Text.h"
 
 namespace {
@@ -17,36 +16,81 @@ std::string entry(const std::string& title, const std::string& description) {
     return head + std::string(COLUMN - line, ' ') + wrapped(description, COLUMN) + '\n';
 }
 
-std::string section(const char* title, const std::vector<CommandArgument>& arguments) {
+// "-o, --output FILE", or an operand's name.
+std::string titleOf(const Argument& argument) {
+    std::string title;
+    for (const std::string& name : argument.names) title += (title.empty() ? "" : ", ") + name;
+    return title + (title.empty() || argument.isFlag() ? "" : " ") + argument.value;
+}
+
+std::string section(const char* title, const std::vector<Argument>& arguments) {
     if (arguments.empty()) return "";
     std::string text = std::string("\n") + title + ":\n";
-    for (const CommandArgument& argument : arguments) {
+    for (const Argument& argument : arguments) {
         text += entry(titleOf(argument), argument.description);
     }
     return text;
 }
 
-std::string beginning(const CommandOutline& command, const std::string& name) {
-    std::string text = wrapped(command.description, 0) + "\n\nUsage: " +
-                       wrapped(name + ' ' + usageOf(command), std::string_view("Usage: ").size()) +
-                       '\n';
-    if (!command.verbs.empty()) text += "\nVerbs:\n";
-    for (const CommandOutline& verb : command.verbs)
-        text += entry(verb.name, brief(verb.description));
+std::string beginning(const std::string& description, const std::string& usage) {
+    constexpr std::string_view USAGE = "Usage: ";
+    return wrapped(description, 0) + "\n\n" + std::string(USAGE) + wrapped(usage, USAGE.size()) +
+           '\n';
+}
+
+std::string ending(const std::vector<Example>& examples, const std::string& note) {
+    std::string text = "\nExamples:\n";
+    for (const Example& example : examples) {
+        text += "  " + example.command + "\n      " + wrapped(example.effect, 6) + '\n';
+    }
+    return text + (note.empty() ? "" : '\n' + note + '\n');
+}
+
+// "ksbrain replay [OPTIONS] TRACE".
+std::string usage(const Program& program, const Verb& verb, const std::vector<Argument>& operands) {
+    std::string text = program.name + ' ' + verb.name + " [OPTIONS]";
+    for (const Argument& option : optionsOf(verb)) {
+        if (option.isRequired) text += ' ' + option.names.front() + ' ' + option.value;
+    }
+    for (const Argument& operand : operands) {
+        const std::string name = operand.value + (operand.isRepeated ? "..." : "");
+        text += operand.isRequired ? ' ' + name : " [" + name + ']';
+    }
+    return text;
+}
+
+// The beginning of a description, for where there is little room.
+std::string brief(const std::string& description) {
+    size_t end = description.size();
+    for (const char* const stop : {". ", ": ", "; ", " ("}) {
+        end = std::min(end, description.find(stop));
+    }
+    return description.substr(0, end);
+}
+
+std::string verbs(const Program& program) {
+    std::string text =
+        beginning(program.description, program.name + " VERB [OPTIONS]") + "\nVerbs:\n";
+    for (const Verb& verb : program.verbs) text += entry(verb.name, brief(verb.description));
     return text;
 }
 
 }  // namespace
 
-std::string helpText(const CLI::App& command, const std::string& name) {
-    const CommandOutline outline = outlineOf(command);
-    std::string text = beginning(outline, name) + section("Arguments", outline.operands) +
-                       section("Options", outline.options);
-    if (!outline.footer.empty()) text += '\n' + outline.footer + '\n';
-    return text;
+std::string helpText(const Program& program) {
+    return verbs(program) + section("Options", optionsOf(program)) +
+           ending(program.examples, program.note);
 }
 
-std::string overview(const CLI::App& program) {
-    const std::string name = program.get_name();
-    return beginning(outlineOf(program), name) + "\nTry \"" + name + " VERB --help\".\n";
+std::string helpText(const Program& program, const Verb& verb) {
+    std::vector<Argument> operands;
+    std::copy_if(verb.arguments.begin(), verb.arguments.end(), std::back_inserter(operands),
+                 [](const Argument& argument) { return argument.isOperand(); });
+    return beginning(verb.description, usage(program, verb, operands)) +
+           section("Arguments", operands) + section("Options", optionsOf(verb)) +
+           ending(verb.examples, verb.note);
+}
+
+std::string overview(const Program& program) {
+    return verbs(program) + "\nTry \"" + program.name + " VERB --help\".\n";
 }

@@ -1,14 +1,10 @@
 #pragma once
 
-#include <string>
+#include "tools/common/Verb.h"
 
-namespace CLI {
-class App;
-}
-
-// What --help prints, laid out for 80 columns; `name` is the command with the program's, "ksbrain
-// replay".
-std::string helpText(const CLI::App& command, const std::string& name);
+// What --help prints, laid out for 80 columns.
+std::string helpText(const Program& program);
+std::string helpText(const Program& program, const Verb& verb);
 
 // The verbs alone, for who has named none.
-std::string overview(const CLI::App& program);
+std::string overview(const Program& program);

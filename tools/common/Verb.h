@@ -28,8 +28,8 @@ struct Argument {
     std::function<void(const std::string&)> take;
 
     bool isRequired = false;
-    bool isRepeated = false;            // may be given several times, an operand with several values
-    std::vector<std::string> needed;    // options that must be given too
+    bool isRepeated = false;          // may be given several times, an operand with several values
+    std::vector<std::string> needed;  // options that must be given too
     std::vector<std::string> excluded;  // options that must not
 
     bool isOperand() const { return names.empty(); }
@@ -58,34 +58,48 @@ struct Verb {
     // "TRACE" for an operand. Where the value goes must live as long as the verb and keeps what it
     // holds when the argument is not given. The reference is good until the next declaration.
 
-    Argument& flag(const std::string& title, bool& given, const std::string& description);
+    Argument& flag(const std::string& title, bool& given, const std::string& about);
 
-    Argument& text(const std::string& title, std::string& to, const std::string& description);
+    Argument& text(const std::string& title, std::string& to, const std::string& about);
     Argument& text(const std::string& title, std::optional<std::string>& to,
-                   const std::string& description);
+                   const std::string& about);
     Argument& texts(const std::string& title, std::vector<std::string>& to,
-                    const std::string& description);
+                    const std::string& about);
 
     // A whole number from `least` to `most`.
     template <typename Number>
     Argument& number(const std::string& title, uint64_t least, uint64_t most, Number& to,
-                     const std::string& description) {
-        return custom(title, description, [&to, least, most](const std::string& given) {
+                     const std::string& about) {
+        return custom(title, about, [&to, least, most](const std::string& given) {
             to = static_cast<Number>(wholeNumber(given, least, most));
         });
     }
     template <typename Number>
     Argument& number(const std::string& title, uint64_t least, uint64_t most,
-                     std::optional<Number>& to, const std::string& description) {
-        return custom(title, description, [&to, least, most](const std::string& given) {
+                     std::optional<Number>& to, const std::string& about) {
+        return custom(title, about, [&to, least, most](const std::string& given) {
             to = static_cast<Number>(wholeNumber(given, least, most));
         });
     }
 
     // Any other value, or a flag that is more than true.
-    Argument& custom(const std::string& title, const std::string& description,
+    Argument& custom(const std::string& title, const std::string& about,
                      std::function<void(const std::string&)> take);
 
   private:
     static uint64_t wholeNumber(const std::string& text, uint64_t least, uint64_t most);
 };
+
+// The program: what it is, and its verbs.
+struct Program {
+    std::string name;
+    std::string version;
+    std::string description;
+    std::vector<Example> examples;
+    std::string note;
+    std::vector<Verb> verbs = {};
+};
+
+// The options of the verb, and those that the program has before any verb; --help is among them.
+std::vector<Argument> optionsOf(const Verb& verb);
+std::vector<Argument> optionsOf(const Program& program);

@@ -1,6 +1,5 @@
 #include "tools/compare/CompareCommand.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "tools/common/CommonOptions.h"
@@ -48,21 +47,22 @@ int compare(Options& options) {
 
 }  // namespace
 
-void addCompareCommand(CLI::App& program, int& status) {
+Verb makeCompareVerb() {
     const auto options = std::make_shared<Options>();
-    CLI::App* const verb =
-        addVerb(program, "compare", "Score the engine on recorded traces, beside simple rules",
-                {{"ksbrain compare phone.csv",
-                  "a table: how often the right application was among the first"},
-                 {"ksbrain compare --save scores.jsonl traces/",
-                  "all files below traces/; stop it with Ctrl-C, and the same command goes on"},
-                 {"ksbrain compare --json traces/ | ksbrain merge --json -",
-                  "a line a trace, and one object of all together"}});
-    addManyTracesOptions(*verb, options->command);
-    CLI::Option* const json = verb->add_flag(
-        "--json", options->json, "Print one JSON object a trace, by name, instead of the table");
-    verb->add_flag("--total", options->total, "Print the object of all traces together instead")
-        ->needs(json);
-    addSeedOption(*verb, options->seed, "Seed of the resampling behind the intervals");
-    verb->callback([options, &status] { status = compare(*options); });
+    Verb verb{"compare",
+              "Score the engine on recorded traces, beside simple rules",
+              {{"ksbrain compare phone.csv",
+                "a table: how often the right application was among the first"},
+               {"ksbrain compare --save scores.jsonl traces/",
+                "all files below traces/; stop it with Ctrl-C, and the same command goes on"},
+               {"ksbrain compare --json traces/ | ksbrain merge --json -",
+                "a line a trace, and one object of all together"}}};
+    addManyTracesOptions(verb, options->command);
+    verb.flag("--json", options->json,
+              "Print one JSON object a trace, by name, instead of the table");
+    verb.flag("--total", options->total, "Print the object of all traces together instead")
+        .needs("--json");
+    addSeedOption(verb, options->seed, "Seed of the resampling behind the intervals");
+    verb.run = [options] { return compare(*options); };
+    return verb;
 }

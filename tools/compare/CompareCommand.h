@@ -1,8 +1,6 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
+#include "tools/common/Verb.h"
 
 // ksbrain compare: how well the engine and simple rules predict recorded traces, side by side.
-void addCompareCommand(CLI::App& program, int& status);
+Verb makeCompareVerb();

@@ -1,6 +1,5 @@
 #include "tools/compare/ManyTracesCommand.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -64,23 +63,18 @@ int ManyTracesCommand::run(
     return outcome.status;
 }
 
-void addManyTracesOptions(CLI::App& verb, ManyTracesCommand& command) {
-    verb.add_option("TRACE", command.traces,
-                    "Trace files of any kind that convert reads, or directories that hold\n"
-                    "nothing else; - is standard input")
-        ->type_name("");
-    verb.add_option("--from-list", command.list,
-                    "Take traces from this file too, one a line; - is standard input")
-        ->type_name("FILE");
+void addManyTracesOptions(Verb& verb, ManyTracesCommand& command) {
+    verb.texts("TRACE", command.traces,
+               "Trace files of any kind that convert reads, or directories that hold nothing "
+               "else; - is standard input");
+    verb.text("--from-list FILE", command.list,
+              "Take traces from this file too, one a line; - is standard input");
     addTraceOptions(verb, command.many.reading);
     addChargingOption(verb, command.charging);
-    verb.add_option("--save", command.save,
-                    "Keep the result of each trace in this file as it comes, and take those\n"
-                    "that are there already: a run that was stopped goes on")
-        ->type_name("FILE");
-    verb.add_option("--jobs", command.many.jobs,
-                    "Traces worked on at a time (default: the number of cores)")
-        ->type_name("N")
-        ->check(CLI::Range(1, 1024));
-    verb.add_flag("--quiet", command.many.quiet, "Show no progress bar");
+    verb.text("--save FILE", command.save,
+              "Keep the result of each trace in this file as it comes, and take those that are "
+              "there already: a run that was stopped goes on");
+    verb.number("--jobs N", 1, 1024, command.many.jobs,
+                "Traces worked on at a time (default: the number of cores)");
+    verb.flag("--quiet", command.many.quiet, "Show no progress bar");
 }

@@ -1,11 +1,8 @@
 #pragma once
 
+#include "tools/common/Verb.h"
 #include "tools/compare/ManyTraces.h"
 #include "tools/replay/ChargingPlan.h"
-
-namespace CLI {
-class App;
-}
 
 // What the verbs that take many traces have in common on their command lines.
 struct ManyTracesCommand {
@@ -23,4 +20,4 @@ struct ManyTracesCommand {
             const std::function<void(const ResultStore&, const ManyTracesOutcome&)>& results);
 };
 
-void addManyTracesOptions(CLI::App& verb, ManyTracesCommand& command);
+void addManyTracesOptions(Verb& verb, ManyTracesCommand& command);

@@ -1,6 +1,5 @@
 #include "tools/compare/MergeCommand.h"
 
-#include <CLI/CLI.hpp>
 #include <fstream>
 #include <iostream>
 #include <map>
@@ -87,20 +86,20 @@ int merge(const Options& options) {
 
 }  // namespace
 
-void addMergeCommand(CLI::App& program, int& status) {
+Verb makeMergeVerb() {
     const auto options = std::make_shared<Options>();
-    CLI::App* const verb =
-        addVerb(program, "merge", "Add up what several runs of compare have found",
-                {{"ksbrain merge monday.jsonl tuesday.jsonl",
-                  "the table that one run over all their traces would print"},
-                 {"parallel ksbrain compare --json ::: *.csv | ksbrain merge -",
-                  "the same for traces that were spread over processes or machines"}});
-    verb->add_option("FILE", options->files,
-                     "Files that hold what compare --json printed or compare --save kept;\n"
-                     "- is standard input")
-        ->required()
-        ->type_name("");
-    verb->add_flag("--json", options->json, "Print one JSON object instead of the table");
-    addSeedOption(*verb, options->seed, "Seed of the resampling behind the intervals");
-    verb->callback([options, &status] { status = merge(*options); });
+    Verb verb{"merge",
+              "Add up what several runs of compare have found",
+              {{"ksbrain merge monday.jsonl tuesday.jsonl",
+                "the table that one run over all their traces would print"},
+               {"parallel ksbrain compare --json ::: *.csv | ksbrain merge -",
+                "the same for traces that were spread over processes or machines"}}};
+    verb.texts("FILE", options->files,
+               "Files that hold what compare --json printed or compare --save kept; - is standard "
+               "input")
+        .required();
+    verb.flag("--json", options->json, "Print one JSON object instead of the table");
+    addSeedOption(verb, options->seed, "Seed of the resampling behind the intervals");
+    verb.run = [options] { return merge(*options); };
+    return verb;
 }

@@ -1,8 +1,6 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
+#include "tools/common/Verb.h"
 
 // ksbrain merge: the results of several runs of compare as those of one.
-void addMergeCommand(CLI::App& program, int& status);
+Verb makeMergeVerb();

@@ -1,9 +1,6 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
+#include "tools/common/Verb.h"
 
-// Adds `ksbrain explain`, which says why the engine predicts what it predicts; running it sets
-// `status`.
-void addExplainCommand(CLI::App& program, int& status);
+// ksbrain explain: why the engine predicts what it predicts.
+Verb makeExplainVerb();

@@ -1,10 +1,8 @@
 #include "tools/inspect/InspectCommand.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
-#include "tools/common/CommonOptions.h"
 #include "tools/common/EngineLog.h"
 #include "tools/common/InputError.h"
 #include "tools/common/Interrupt.h"
@@ -29,18 +27,17 @@ int inspect(const Options& options) {
 
 }  // namespace
 
-void addInspectCommand(CLI::App& program, int& status) {
+Verb makeInspectVerb() {
     const auto options = std::make_shared<Options>();
-    CLI::App* const verb = addVerb(
-        program, "inspect",
-        "Say what the engine's files in a directory hold and whether they are whole.\n"
-        "Nothing there is changed. The exit status is 0 when all that is there is whole,\n"
-        "1 when a file is damaged or the next start would refuse it, 2 for wrong input",
+    Verb verb{
+        "inspect",
+        "Say what the engine's files in a directory hold and whether they are whole. Nothing "
+        "there is changed. The exit status is 0 when all that is there is whole, 1 when a "
+        "file is damaged or the next start would refuse it, 2 for wrong input",
         {{"ksbrain inspect DIR", "after ksbrain replay --data-dir DIR, or of files from a phone"},
-         {"ksbrain inspect --json DIR", "the same as one JSON object"}});
-    verb->add_option("DIR", options->directory, "The engine's data directory")
-        ->required()
-        ->type_name("");
-    verb->add_flag("--json", options->json, "Print one JSON object instead of the text");
-    verb->callback([options, &status] { status = inspect(*options); });
+         {"ksbrain inspect --json DIR", "the same as one JSON object"}}};
+    verb.text("DIR", options->directory, "The engine's data directory").required();
+    verb.flag("--json", options->json, "Print one JSON object instead of the text");
+    verb.run = [options] { return inspect(*options); };
+    return verb;
 }

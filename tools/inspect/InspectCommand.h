@@ -1,9 +1,6 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
+#include "tools/common/Verb.h"
 
-// Adds `ksbrain inspect`, which says what the engine's files hold and whether they are whole;
-// running it sets `status`.
-void addInspectCommand(CLI::App& program, int& status);
+// ksbrain inspect: what the engine's files hold, and whether they are whole.
+Verb makeInspectVerb();

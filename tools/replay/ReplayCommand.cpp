@@ -1,6 +1,5 @@
 #include "tools/replay/ReplayCommand.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -69,31 +68,25 @@ int replay(const Options& options) {
 
 }  // namespace
 
-void addReplayCommand(CLI::App& program, int& status) {
+Verb makeReplayVerb() {
     const auto options = std::make_shared<Options>();
-    CLI::App* const verb =
-        addVerb(program, "replay",
-                "Run a recorded trace through the engine's model, in the trace's own time",
-                {{"ksbrain replay phone.csv", "how often the engine would have been right"},
-                 {"ksbrain replay --moments 5 dump.txt", "and at five moments what it said"}});
-    verb->add_option("TRACE", options->trace, std::string("What to run: ") + TRACE_KINDS)
-        ->required()
-        ->type_name("");
-    verb->add_option("--data-dir", options->dataDirectory,
-                     "Load the engine's files from this directory and leave them there\n"
-                     "(default: a temporary one)")
-        ->type_name("DIR");
-    addTraceOptions(*verb, options->reading);
-    addChargingOption(*verb, options->charging);
-    CLI::Option* const json =
-        verb->add_flag("--json", options->json, "Print one JSON object instead of the table");
-    verb->add_option("--moments", options->moments,
-                     "Show at so many moments what was predicted and what was opened next")
-        ->type_name("N")
-        ->check(CLI::Range(1, 1000))
-        ->excludes(json);
-    verb->add_flag("--quiet", options->quiet,
-                   "Show no progress bar, and do not say how the trace was understood");
-    addLogOption(*verb, options->logLevel);
-    verb->callback([options, &status] { status = replay(*options); });
+    Verb verb{"replay",
+              "Run a recorded trace through the engine's model, in the trace's own time",
+              {{"ksbrain replay phone.csv", "how often the engine would have been right"},
+               {"ksbrain replay --moments 5 dump.txt", "and at five moments what it said"}}};
+    verb.text("TRACE", options->trace, std::string("What to run: ") + TRACE_KINDS).required();
+    verb.text("--data-dir DIR", options->dataDirectory,
+              "Load the engine's files from this directory and leave them there (default: a "
+              "temporary one)");
+    addTraceOptions(verb, options->reading);
+    addChargingOption(verb, options->charging);
+    verb.flag("--json", options->json, "Print one JSON object instead of the table");
+    verb.number("--moments N", 1, 1000, options->moments,
+                "Show at so many moments what was predicted and what was opened next")
+        .excludes("--json");
+    verb.flag("--quiet", options->quiet,
+              "Show no progress bar, and do not say how the trace was understood");
+    addLogOption(verb, options->logLevel);
+    verb.run = [options] { return replay(*options); };
+    return verb;
 }

@@ -1,6 +1,5 @@
 #include "tools/report/ReportCommand.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
 
@@ -41,19 +40,19 @@ int report(Options& options) {
 
 }  // namespace
 
-void addReportCommand(CLI::App& program, int& status) {
+Verb makeReportVerb() {
     const auto options = std::make_shared<Options>();
-    CLI::App* const verb = addVerb(
-        program, "report", "Show on a page with charts how well the engine predicts",
+    Verb verb{
+        "report",
+        "Show on a page with charts how well the engine predicts",
         {{"ksbrain report phone.csv -o report.html",
           "one page that needs no network: when, where and for which applications it is right"},
          {"ksbrain report --charging 23:00-07:00 --save done.jsonl traces/ -o report.html",
-          "all files below traces/ together, and how their users differ; stop it with Ctrl-C, and\n"
-          "      the same command goes on"}});
-    addManyTracesOptions(*verb, options->command);
-    verb->add_option("-o,--output", options->output, "The page to write")
-        ->required()
-        ->type_name("FILE");
-    addSeedOption(*verb, options->seed, "Seed of the resampling behind the intervals");
-    verb->callback([options, &status] { status = report(*options); });
+          "all files below traces/ together, and how their users differ; stop it with Ctrl-C, "
+          "and the same command goes on"}}};
+    addManyTracesOptions(verb, options->command);
+    verb.text("-o,--output FILE", options->output, "The page to write").required();
+    addSeedOption(verb, options->seed, "Seed of the resampling behind the intervals");
+    verb.run = [options] { return report(*options); };
+    return verb;
 }

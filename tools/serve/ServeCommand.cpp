@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -125,19 +124,18 @@ constexpr char PROTOCOL[] =
 
 }  // namespace
 
-void addServeCommand(CLI::App& program, int& status) {
+Verb makeServeVerb() {
     const auto options = std::make_shared<Options>();
-    CLI::App* const verb = addVerb(
-        program, "serve", "Load libksbrain.so as a phone's daemon does, and drive it line by line",
-        {{"echo '{\"predict\":true}' | ksbrain serve --root state",
-          "what an engine that goes on with the files below state/ predicts"}});
-    verb->add_option("--library", options->library,
-                     "The library to load (default: libksbrain.so beside this program)")
-        ->type_name("PATH");
-    verb->add_option("--root", options->root,
-                     "Give the library a /data of its own, kept in this directory")
-        ->type_name("DIR");
-    addLogOption(*verb, options->logLevel);
-    verb->footer(verb->get_footer() + "\n\n" + PROTOCOL);
-    verb->callback([options, &status] { status = serve(*options); });
+    Verb verb{"serve",
+              "Load libksbrain.so as a phone's daemon does, and drive it line by line",
+              {{"echo '{\"predict\":true}' | ksbrain serve --root state",
+                "what an engine that goes on with the files below state/ predicts"}},
+              PROTOCOL};
+    verb.text("--library PATH", options->library,
+              "The library to load (default: libksbrain.so beside this program)");
+    verb.text("--root DIR", options->root,
+              "Give the library a /data of its own, kept in this directory");
+    addLogOption(verb, options->logLevel);
+    verb.run = [options] { return serve(*options); };
+    return verb;
 }

@@ -1,6 +1,5 @@
 #include "tools/synth/SynthCommand.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 #include <memory>
@@ -35,7 +34,7 @@ time_t parseStart(const std::string& text) {
         if (text.size() == 10) return wholeSeconds(parseTraceTime(text + "T00:00:00Z", {}));
     } catch (const InputError&) {
     }
-    throw InputError("--start: " + inQuotes(text) + " is no date from 1970-01-01 to 2099-12-30");
+    throw InputError(inQuotes(text) + " is no date from 1970-01-01 to 2099-12-30");
 }
 
 std::string userFile(uint64_t user, uint64_t users) {
@@ -90,49 +89,34 @@ int synth(Options options) {
 
 }  // namespace
 
-void addSynthCommand(CLI::App& program, int& status) {
+Verb makeSynthVerb() {
     const auto options = std::make_shared<Options>();
-    CLI::App* const verb =
-        addVerb(program, "synth", "Make up traces of people who open applications",
-                {{"ksbrain synth >trace.csv", "eight weeks of one person"},
-                 {"ksbrain synth --days 365 --apps 120 --seed 3 -o year.csv",
-                  "a year of another one, who has much on the phone"},
-                 {"ksbrain synth --users 1000 --openings 2000 --seed 7 -o users/",
-                  "users/user-0001.csv to users/user-1000.csv"}});
-    verb->add_option("--days", options->plan.days,
-                     "How many days the traces last (default: 56, or as many as --openings takes)")
-        ->type_name("N")
-        ->check(CLI::Range(1, 47481));
-    verb->add_option("--openings", options->plan.openings,
-                     "End a trace after so many openings, even if days are left")
-        ->type_name("N")
-        ->check(CLI::Range(1, 1000000000));
-    verb->add_option("--per-day", options->plan.perDay,
-                     "Openings a day, about (default: each person's own, 60 to 260)")
-        ->type_name("N")
-        ->check(CLI::Range(1, 1000));
-    verb->add_option("--apps", options->plan.apps,
-                     "Applications on the phone at first (default: each person's own, 45 to 95)")
-        ->type_name("N")
-        ->check(CLI::Range(2, 5000));
-    addSeedOption(*verb, options->plan.seed,
-                  "Another seed, other people; the same, the same bytes");
-    verb->add_option_function<std::string>(
-            "--start",
-            [options](const std::string& text) { options->plan.start = parseStart(text); },
-            "The first day (default: 2024-03-04, a Monday)")
-        ->type_name("DATE");
-    CLI::Option* const output =
-        verb->add_option("-o,--output", options->output,
-                         "Write to this file, or with --users to a new directory\n"
-                         "(default: standard output)")
-            ->type_name("FILE|DIR");
-    verb->add_option("--users", options->users,
-                     "A file each for so many people, user-0001.csv and so on, in the directory\n"
-                     "given with -o; without --users it is the first of them")
-        ->type_name("N")
-        ->check(CLI::Range(1, 1000000))
-        ->needs(output);
-    verb->add_flag("--quiet", options->quiet, "Show no progress bar");
-    verb->callback([options, &status] { status = synth(*options); });
+    SynthPlan& plan = options->plan;
+    Verb verb{"synth",
+              "Make up traces of people who open applications",
+              {{"ksbrain synth >trace.csv", "eight weeks of one person"},
+               {"ksbrain synth --days 365 --apps 120 --seed 3 -o year.csv",
+                "a year of another one, who has much on the phone"},
+               {"ksbrain synth --users 1000 --openings 2000 --seed 7 -o users/",
+                "users/user-0001.csv to users/user-1000.csv"}}};
+    verb.number("--days N", 1, 47481, plan.days,
+                "How many days the traces last (default: 56, or as many as --openings takes)");
+    verb.number("--openings N", 1, 1000000000, plan.openings,
+                "End a trace after so many openings, even if days are left");
+    verb.number("--per-day N", 1, 1000, plan.perDay,
+                "Openings a day, about (default: each person's own, 60 to 260)");
+    verb.number("--apps N", 2, 5000, plan.apps,
+                "Applications on the phone at first (default: each person's own, 45 to 95)");
+    addSeedOption(verb, plan.seed, "Another seed, other people; the same, the same bytes");
+    verb.custom("--start DATE", "The first day (default: 2024-03-04, a Monday)",
+                [&plan](const std::string& text) { plan.start = parseStart(text); });
+    verb.text("-o,--output FILE|DIR", options->output,
+              "Write to this file, or with --users to a new directory (default: standard output)");
+    verb.number("--users N", 1, 1000000, options->users,
+                "A file each for so many people, user-0001.csv and so on, in the directory given "
+                "with -o; without --users it is the first of them")
+        .needs("--output");
+    verb.flag("--quiet", options->quiet, "Show no progress bar");
+    verb.run = [options] { return synth(*options); };
+    return verb;
 }

@@ -1,9 +1,7 @@
 #include "tools/trace/ConvertCommand.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
-#include "tools/common/CommonOptions.h"
 #include "tools/common/InputError.h"
 #include "tools/common/Interrupt.h"
 #include "tools/common/Output.h"
@@ -69,22 +67,21 @@ int convert(const Options& options) {
 
 }  // namespace
 
-void addConvertCommand(CLI::App& program, int& status) {
+Verb makeConvertVerb() {
     const auto options = std::make_shared<Options>();
-    CLI::App* const verb = addVerb(
-        program, "convert", "Turn a phone's log, or any other trace, into CSV",
+    Verb verb{
+        "convert",
+        "Turn a phone's log, or any other trace, into CSV",
         {{"adb shell dumpsys usagestats | ksbrain convert - -o phone.csv",
           "what was opened on the phone that is connected"},
          {"ksbrain convert --user 10 dump.txt", "the openings of the phone's user 10"},
-         {"ksbrain convert lsapp.tsv.gz -o people/", "people/0.csv, people/1.csv and so on"}});
-    verb->add_option("TRACE", options->trace, std::string("What to read: ") + TRACE_KINDS)
-        ->required()
-        ->type_name("");
-    verb->add_option("-o,--output", options->output,
-                     "Where to write the CSV (default: standard output). DIR/ makes a directory\n"
-                     "with a file for each user, \"4.csv\"")
-        ->type_name("FILE|DIR/");
-    addTraceOptions(*verb, options->reading);
-    verb->add_flag("--quiet", options->quiet, "Do not say how the trace was understood");
-    verb->callback([options, &status] { status = convert(*options); });
+         {"ksbrain convert lsapp.tsv.gz -o people/", "people/0.csv, people/1.csv and so on"}}};
+    verb.text("TRACE", options->trace, std::string("What to read: ") + TRACE_KINDS).required();
+    verb.text("-o,--output FILE|DIR/", options->output,
+              "Where to write the CSV (default: standard output). DIR/ makes a directory with a "
+              "file for each user, \"4.csv\"");
+    addTraceOptions(verb, options->reading);
+    verb.flag("--quiet", options->quiet, "Do not say how the trace was understood");
+    verb.run = [options] { return convert(*options); };
+    return verb;
 }

@@ -1,9 +1,6 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
+#include "tools/common/Verb.h"
 
-// Adds the verb `convert`, which writes a trace of any kind as a CSV file. `status` receives the
-// exit status when it has run.
-void addConvertCommand(CLI::App& program, int& status);
+// ksbrain convert: a trace of any kind as CSV.
+Verb makeConvertVerb();

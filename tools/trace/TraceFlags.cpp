@@ -1,6 +1,5 @@
 #include "tools/trace/TraceFlags.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 
 #include "tools/common/InputError.h"
@@ -21,32 +20,31 @@ std::string userOf(const NamedTrace& trace) {
 }  // namespace
 
 const char* const TRACE_KINDS =
-    "a .csv file with the header time,package (seconds since the epoch or ISO 8601, local\n"
-    "time without a zone), a .txt file with a name a line, the text of `dumpsys usagestats`,\n"
-    "or an LSApp table; packed with gzip or not; - is standard input";
+    "a .csv file with the header time,package (seconds since the epoch or ISO 8601, local time "
+    "without a zone), a .txt file with a name a line, the text of `dumpsys usagestats`, or an "
+    "LSApp table; packed with gzip or not; - is standard input";
 
-void addTraceOptions(CLI::App& verb, TraceOptions& options) {
-    verb.add_option("--user", options.user, "Read this user of a file that holds several")
-        ->type_name("N")
-        ->check(CLI::NonNegativeNumber);
-    verb.add_option("--drop", options.drop,
-                    "Leave out this name; may be given several times. Of a phone's own log home\n"
-                    "screens, system UI, resolver and installers are left out anyway")
-        ->type_name("NAME")
-        ->allow_extra_args(false);
-    verb.add_option("--keep", options.keep,
-                    "Keep this name although it would be left out; may be given several times")
-        ->type_name("NAME")
-        ->allow_extra_args(false);
-    CLI::Option* const day = verb.add_flag_callback(
-        "--day-first", [&options] { options.dateOrder = DateOrder::DAY_FIRST; },
-        "Read dates like 03/09/2017 with the day first (default: as the file's other\n"
-        "dates tell)");
-    verb.add_flag_callback(
-            "--month-first", [&options] { options.dateOrder = DateOrder::MONTH_FIRST; },
-            "Read them with the month first")
-        ->excludes(day);
-    verb.add_flag("--skip-bad", options.skipBad, "Count lines that cannot be read and go on");
+void addTraceOptions(Verb& verb, TraceOptions& options) {
+    verb.number("--user N", 0, INT32_MAX, options.user,
+                "Read this user of a file that holds several");
+    verb.texts("--drop NAME", options.drop,
+               "Leave out this name; may be given several times. Of a phone's own log home "
+               "screens, system UI, resolver and installers are left out anyway");
+    verb.texts("--keep NAME", options.keep,
+               "Keep this name although it would be left out; may be given several times");
+    const auto dayFirst = [&options](const std::string&) {
+        options.dateOrder = DateOrder::DAY_FIRST;
+    };
+    verb.custom("--day-first",
+                "Read dates like 03/09/2017 with the day first (default: as the file's other "
+                "dates tell)",
+                dayFirst);
+    const auto monthFirst = [&options](const std::string&) {
+        options.dateOrder = DateOrder::MONTH_FIRST;
+    };
+    verb.custom("--month-first", "Read them with the month first", monthFirst)
+        .excludes("--day-first");
+    verb.flag("--skip-bad", options.skipBad, "Count lines that cannot be read and go on");
 }
 
 void printNotes(const std::string& path, const TraceFile& file) {

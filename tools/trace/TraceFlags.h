@@ -1,10 +1,7 @@
 #pragma once
 
+#include "tools/common/Verb.h"
 #include "tools/trace/TraceFile.h"
-
-namespace CLI {
-class App;
-}
 
 // What the verbs that read traces share on the command line.
 
@@ -12,7 +9,7 @@ class App;
 extern const char* const TRACE_KINDS;
 
 // --user, --drop, --keep, --day-first, --month-first and --skip-bad.
-void addTraceOptions(CLI::App& verb, TraceOptions& options);
+void addTraceOptions(Verb& verb, TraceOptions& options);
 
 // Prints what the user should know of how the file was understood, on standard error.
 void printNotes(const std::string& path, const TraceFile& file);

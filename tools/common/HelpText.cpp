@@ -40,9 +40,7 @@ std::string beginning(const std::string& description, const std::string& usage) 
 
 std::string ending(const std::vector<Example>& examples, const std::string& note) {
     std::string text = "\nExamples:\n";
-    for (const Example& example : examples) {
-        text += "  " + example.command + "\n      " + wrapped(example.effect, 6) + '\n';
-    }
+    for (const Example& example : examples) text += entry(example.command, example.effect);
     return text + (note.empty() ? "" : '\n' + note + '\n');
 }
 

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
-// Objects keep the order in which their members were added.
+// Objects keep the order in which their members were added. A source that reads or writes one
+// includes nlohmann/json.hpp itself, which takes its time.
 using Json = nlohmann::ordered_json;
 
 // The value as one line with its newline. Bytes that are no UTF-8, as a name may hold them, are
 // replaced.
-inline std::string jsonLine(const Json& value) {
-    return value.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
-}
+std::string jsonLine(const Json& value);

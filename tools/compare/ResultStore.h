@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <nlohmann/json.hpp>
 
 #include <cstdint>
 #include <cstdio>

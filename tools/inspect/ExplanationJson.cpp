@@ -1,5 +1,6 @@
 #include <cstdio>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 
 #include "tools/common/JsonLine.h"
 #include "tools/inspect/Explanation.h"

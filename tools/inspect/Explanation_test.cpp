@@ -1,14 +1,15 @@
 #include "tools/inspect/Explanation.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <filesystem>
 #include <random>
 #include <sstream>
 
-#include "platform/workstation/SettableEnvironment.h"
 #include "platform/testing/TempDir.h"
+#include "platform/workstation/SettableEnvironment.h"
 #include "preload/BayesAdapter.h"
 #include "preload/ZmlAdapter.h"
 #include "tools/common/EngineLog.h"

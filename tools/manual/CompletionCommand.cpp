@@ -97,7 +97,10 @@ Verb makeCompletionVerb(const Program& program) {
     const auto shell = std::make_shared<std::string>();
     Verb verb{"completion",
               "Print a script that completes ksbrain's command line in a shell",
-              {{"source <(ksbrain completion bash)", "for this bash; a line for ~/.bashrc"}}};
+              {{"source <(ksbrain completion bash)", "for this bash; a line for ~/.bashrc"},
+               {"ksbrain completion bash "
+                ">~/.local/share/bash-completion/completions/ksbrain",
+                "for every bash from now on"}}};
     verb.text("bash", *shell, "The shell that it is for").required();
     verb.run = [&program, shell] {
         if (*shell != "bash") {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <nlohmann/json.hpp>
 
 #include <csignal>
 #include <filesystem>

@@ -1,6 +1,7 @@
 #include "tools/replay/ResultTable.h"
 
 #include <unistd.h>
+#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <cstdio>

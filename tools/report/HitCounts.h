@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <nlohmann/json.hpp>
 
 #include "tools/common/JsonLine.h"
 #include "tools/compare/Method.h"

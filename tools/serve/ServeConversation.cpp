@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "tools/common/InputError.h"

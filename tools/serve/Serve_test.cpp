@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <stdlib.h>
 #include <unistd.h>
+#include <nlohmann/json.hpp>
 
 #include <csignal>
 

@@ -1,6 +1,7 @@
 #!/bin/sh
-# Uses ksbrain as one does in a shell: reads its help and man page, completes its command lines, and takes its
-# output elsewhere. PROGRAM is the command that runs it. A shell or reader that is not installed is passed over.
+# Uses ksbrain as one does in a shell: reads its help and man pages, completes its command lines, and takes
+# its output elsewhere. PROGRAM is the command that runs it, BUILD its build folder, EMULATOR what runs an
+# installed one. A bash or groff that is not installed is passed over.
 set -eu
 
 dir=$(mktemp -d)
@@ -16,59 +17,47 @@ expect() { # WANTED GOT NAME
     [ "$1" = "$2" ] || fail "$3: expected \"$1\", got \"$2\""
 }
 
-$PROGRAM manual >ksbrain.1
-for shell in bash zsh fish; do $PROGRAM completion $shell >$shell; done
-
-# The help fits a terminal, has an example for each verb, and all of it is in the man page.
+# The help fits a terminal, has an example for each verb, and all of it is in the man pages. They are
+# installed beside the libraries, and not part of what a host's developer gets.
+cmake --install "$BUILD" --prefix "$dir/prefix" --component tools >log || fail "$(cat log)"
+expect "ksbrain 1" "$($EMULATOR prefix/bin/ksbrain --version | cut -d . -f 1)" "the installed program"
 $PROGRAM --help >help
 verbs=$(sed -n '/^Verbs:/,/^$/s/^  \([a-z][a-z]*\) .*/\1/p' help)
 [ "$(echo "$verbs" | wc -l)" -gt 3 ] || fail "no verbs in the help"
-: >page
-has groff && {
-    groff -man -ww -Tascii -P-cbou ksbrain.1 >page 2>warnings
-    [ ! -s warnings ] || fail "the man page: $(cat warnings)"
-}
-has mandoc && {
-    mandoc -T lint -W warning ksbrain.1 | grep -v 'missing date' >warnings || :
-    [ ! -s warnings ] || fail "the man page: $(cat warnings)"
-}
 for verb in $verbs; do
     $PROGRAM "$verb" --help >"help-$verb"
     grep -q '^  ksbrain \|^  .* ksbrain ' "help-$verb" || fail "$verb has no example"
-    sed -n "/^   ksbrain $verb\$/,/^   *ksbrain [a-z]*\$\|^[A-Z]/p" page >section
+    page=prefix/share/man/man1/ksbrain-$verb.1
+    grep -q '^.SH EXAMPLES' "$page" || fail "$verb has no example in its man page"
     sed -n 's/^  \(-[^ ].*\)/\1/p' "help-$verb" | sed 's/   *.*//; s/, / /; s/ [^-].*//' >options
     grep -q -- --help options || fail "$verb: no options in the help"
     for option in $(cat options); do
-        [ ! -s page ] || grep -q -- "^ *\(-., \)*$option\([ ,]\|\$\)" section || fail "the man page lacks $verb $option"
+        sed 's/\\f.//g; s/\\-/-/g' "$page" | grep -q -- "^\(-., \)*$option\([ ,]\|\$\)" ||
+            fail "the man page lacks $verb $option"
     done
+    ! { has groff && groff -man -ww -Tascii "$page" 2>&1 >/dev/null | grep .; } || fail "the man page of $verb"
 done
 ! grep -n '.\{81,\}' help help-* || fail "help wider than 80 columns"
 
-# Real completion in the shells: what is typed, and what is offered.
-mkdir store
+# Real completion: what is typed, and what is offered.
+$PROGRAM completion bash >bash
 : >phone.csv
 : >"my phone.txt"
 in_bash() {
     bash --norc -c 'source "$0"; compopt() { :; }; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _ksbrain
         printf "%s " "${COMPREPLY[@]}"' ./bash ksbrain "$@" | sed 's/ *$//'
 }
-in_fish() { fish -c "source ./fish; complete -C 'ksbrain $1'" | cut -f 1 | sort | tr '\n' ' ' | sed 's/ *$//'; }
 has bash && {
     bash -n bash
     expect "replay report" "$(in_bash re)" "bash, a verb"
     expect "--charging" "$(in_bash replay --ch)" "bash, an option"
     expect "always never" "$(in_bash replay --charging '')" "bash, a value"
     expect "never" "$(in_bash replay --charging = n)" "bash, a value after ="
-    expect "store" "$(in_bash replay --data-dir '')" "bash, a directory"
+    expect "prefix" "$(in_bash replay --data-dir p)" "bash, a directory"
     expect "my phone.txt" "$(in_bash replay --json m)" "bash, a file"
     expect "--help --version" "$(in_bash --)" "bash, the program's options"
     expect "" "$(in_bash replay --moments '')" "bash, a number"
-}
-has zsh && zsh -n ./zsh
-has fish && {
-    expect "replay report" "$(in_fish re)" "fish, a verb"
-    expect "--charging" "$(in_fish 'replay --ch')" "fish, an option"
-    expect "always never" "$(in_fish 'replay --charging ')" "fish, a value"
+    expect "bash" "$(in_bash completion '')" "bash, the shell"
 }
 
 # A reader that goes away, a disk that is full, and colours only where they are wanted.
@@ -76,17 +65,10 @@ status=0
 { $PROGRAM synth --days 200 2>err || echo $? >status; } | head -n 1 >first
 expect "141 time,package" "$(cat status first | tr '\n' ' ' | sed 's/ $//')" "with head"
 [ ! -s err ] || fail "with head it says: $(cat err)"
-$PROGRAM manual >/dev/full 2>err || status=$?
+$PROGRAM completion bash >/dev/full 2>err || status=$?
 expect 1 $status "on a full disk"
 expect "ksbrain: error: standard output cannot be written: No space left on device" "$(cat err)" "on a full disk"
 ! CLICOLOR_FORCE=1 $PROGRAM wrong 2>err || fail "a wrong verb is taken"
 grep -q "$(printf '\033')" err || fail "no colours with CLICOLOR_FORCE"
 ! NO_COLOR=1 CLICOLOR_FORCE=1 $PROGRAM wrong 2>err || fail "a wrong verb is taken"
 ! grep -q "$(printf '\033')" err || fail "colours with NO_COLOR"
-
-# Installed beside the libraries, and not part of what a host's developer gets.
-[ -z "${BUILD:-}" ] || {
-    cmake --install "$BUILD" --prefix "$dir/prefix" --component tools >log || fail "$(cat log)"
-    expect "ksbrain 1" "$($EMULATOR prefix/bin/ksbrain --version | cut -d . -f 1)" "the installed program"
-    cmp ksbrain.1 prefix/share/man/man1/ksbrain.1
-}

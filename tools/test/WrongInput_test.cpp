@@ -45,7 +45,7 @@ const Case CASES[] = {
     {"half a question", {"explain", "--last", "com.a", "folder"}, "--last requires --current"},
     {"a bad charging plan", {"replay", "--charging", "25:00-07:00", "good.csv"}, "25:00"},
     {"a bad moment", {"explain", "folder", "--time", "yesterday"}, "--time: \"yesterday\""},
-    {"a shell nobody knows", {"completion", "csh"}, "csh"},
+    {"a shell nobody completes for", {"completion", "zsh"}, "none for \"zsh\""},
     // What is read.
     {"a missing file", {"replay", "missing.csv"}, "missing.csv:1: cannot be opened"},
     {"a directory", {"replay", "folder"}, "folder"},

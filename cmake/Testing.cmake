@@ -26,7 +26,7 @@ endif()
 # GoogleTest's headers are compiled once for all test programs.
 file(WRITE ${CMAKE_BINARY_DIR}/gtest_headers.cpp "")
 add_library(gtest_headers STATIC EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/gtest_headers.cpp)
-target_compile_options(gtest_headers PRIVATE ${KSBRAIN_WARNINGS} -fno-rtti)
+target_compile_options(gtest_headers PRIVATE ${KSBRAIN_WARNINGS} -fno-rtti -fPIE)  # as programs are
 target_link_libraries(gtest_headers PUBLIC GTest::gmock GTest::gtest_main)
 target_precompile_headers(gtest_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 

@@ -43,7 +43,9 @@ void declare(CLI::App& command, const Argument& argument) {
 
 void declare(CLI::App& parser, const Verb& verb) {
     CLI::App& command = *parser.add_subcommand(verb.name);
-    for (const Argument& argument : verb.arguments) declare(command, argument);
+    for (const Argument& argument : verb.arguments) {
+        if (argument.take) declare(command, argument);
+    }
     for (const Argument& argument : verb.arguments) {
         CLI::Option* const option = command.get_option(nameOf(argument));
         for (const std::string& other : argument.needed) option->needs(command.get_option(other));
@@ -64,10 +66,10 @@ std::string errorText(const Program& program, const CLI::App& parser, const CLI:
     const Verb* const verb = givenVerb(program, parser);
     const std::vector<std::string> before = parser.remaining();
     if (verb == nullptr || !before.empty()) {
-        return commandLineError(program, before, error.what());
+        return commandLineError(program, nullptr, before, error.what());
     }
     const std::vector<std::string> after = parser.get_subcommand(verb->name)->remaining();
-    return commandLineError(program, *verb, after, error.what());
+    return commandLineError(program, verb, after, error.what());
 }
 
 }  // namespace

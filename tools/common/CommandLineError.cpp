@@ -28,58 +28,42 @@ size_t distance(std::string_view a, std::string_view b) {
 }
 
 // What may have been meant, as the end of a message; the word's beginning is as good as a typing
-// error.
-std::string suggestion(const std::string& word, const std::vector<std::string>& candidates) {
+// error. When nothing is near, where help is.
+std::string hint(const std::string& word, const std::vector<std::string>& candidates,
+                 const std::string& help) {
     std::string best;
     size_t least = 1 + std::max<size_t>(1, word.size() / 3);
     for (const std::string& candidate : candidates) {
-        const bool begun = word.size() > 3 && candidate.compare(0, word.size(), word) == 0;
+        const bool begun = word.size() > 3 && startsWith(candidate, word);
         const size_t off = begun ? 0 : distance(word, candidate);
         if (off >= least) continue;
         least = off;
         best = candidate;
     }
-    return best.empty() ? "" : "; did you mean " + best + '?';
-}
-
-std::vector<std::string> namesOf(const std::vector<Argument>& options) {
-    std::vector<std::string> names;
-    for (const Argument& option : options) {
-        names.insert(names.end(), option.names.begin(), option.names.end());
-    }
-    return names;
-}
-
-// What there is to say of an option among the words that the command does not have.
-std::string unknownOption(const std::string& command, const std::vector<std::string>& unknown,
-                          const std::vector<Argument>& options, const std::string& help) {
-    const auto option = std::find_if(unknown.begin(), unknown.end(),
-                                     [](const std::string& word) { return word[0] == '-'; });
-    if (option == unknown.end()) return "";
-    const std::string word = option->substr(0, option->find('='));
-    const std::string hint = suggestion(word, namesOf(options));
-    return command + " has no option " + printable(word) + (hint.empty() ? help : hint);
+    return best.empty() ? help : "; did you mean " + best + '?';
 }
 
 }  // namespace
 
-std::string commandLineError(const Program& program, const std::vector<std::string>& unknown,
-                             const std::string& message) {
-    const std::string help = " (see " + program.name + " --help)";
-    if (unknown.empty()) return printable(message) + help;
-    const std::string option = unknownOption(program.name, unknown, optionsOf(program), help);
-    if (!option.empty()) return option;
-    std::vector<std::string> verbs;
-    for (const Verb& verb : program.verbs) verbs.push_back(verb.name);
-    const std::string hint = suggestion(unknown.front(), verbs);
-    return "there is no verb " + inQuotes(unknown.front()) + (hint.empty() ? help : hint);
-}
-
-std::string commandLineError(const Program& program, const Verb& verb,
+std::string commandLineError(const Program& program, const Verb* verb,
                              const std::vector<std::string>& unknown, const std::string& message) {
-    const std::string help = " (see " + program.name + ' ' + verb.name + " --help)";
-    if (unknown.empty()) return verb.name + ": " + printable(message) + help;
-    const std::string option = unknownOption(verb.name, unknown, optionsOf(verb), help);
-    if (!option.empty()) return option;
-    return verb.name + ": too much is " + inQuotes(unknown.front()) + help;
+    const std::string help =
+        " (see " + program.name + (verb == nullptr ? "" : ' ' + verb->name) + " --help)";
+    const std::string place = verb == nullptr ? "" : verb->name + ": ";
+    if (unknown.empty()) return place + printable(message) + help;
+
+    std::vector<std::string> names;
+    const auto option = std::find_if(unknown.begin(), unknown.end(),
+                                     [](const std::string& word) { return word[0] == '-'; });
+    if (option != unknown.end()) {
+        for (const Argument& each : verb == nullptr ? program.options : verb->arguments) {
+            names.insert(names.end(), each.names.begin(), each.names.end());
+        }
+        const std::string word = option->substr(0, option->find('='));
+        return (verb == nullptr ? program.name : verb->name) + " has no option " + printable(word) +
+               hint(word, names, help);
+    }
+    if (verb != nullptr) return place + "too much is " + inQuotes(unknown.front()) + help;
+    for (const Verb& each : program.verbs) names.push_back(each.name);
+    return "there is no verb " + inQuotes(unknown.front()) + hint(unknown.front(), names, help);
 }

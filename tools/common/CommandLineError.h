@@ -3,9 +3,8 @@
 #include "tools/common/Verb.h"
 
 // What is wrong with a command line that the parser has refused with this message: one line that
-// names the nearest verb or option where there is one, and otherwise says where help is. `unknown`
-// are the words that the parser could not place, before the verb and after it.
-std::string commandLineError(const Program& program, const std::vector<std::string>& unknown,
-                             const std::string& message);
-std::string commandLineError(const Program& program, const Verb& verb,
+// names the nearest verb or option where there is one, and otherwise says where help is. `verb` is
+// null for what stands before it, and `unknown` are the words there that the parser could not
+// place.
+std::string commandLineError(const Program& program, const Verb* verb,
                              const std::vector<std::string>& unknown, const std::string& message);

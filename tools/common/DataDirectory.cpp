@@ -15,13 +15,8 @@ namespace {
 
 constexpr mode_t MODE = 0775;  // as the engine makes it
 
-bool isDirectory(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
 bool isWritable(const std::string& directory) {
-    return isDirectory(directory) && access(directory.c_str(), R_OK | W_OK | X_OK) == 0;
+    return access((directory + "/.").c_str(), R_OK | W_OK | X_OK) == 0;
 }
 
 // The engine rewrites its files all the time, and nothing is to be kept: memory suits best.
@@ -45,18 +40,10 @@ TemporaryDirectory::~TemporaryDirectory() {
 }
 
 void prepareDataDirectory(const std::string& path) {
-    const auto refuse = [&](const std::string& reason) {
-        throw InputError(printable(path) + ": " + reason);
-    };
-    if (mkdir(path.c_str(), MODE) == 0) return;
-    const int error = errno;
-    if (error != EEXIST && !isDirectory(path)) {
-        refuse(std::string("the data directory cannot be made: ") + strerror(error));
-    }
-    if (!isDirectory(path)) refuse("the data directory is no directory");
-    if (!isWritable(path)) {
-        refuse(std::string("the data directory is not writable: ") + strerror(errno));
-    }
+    const bool there = mkdir(path.c_str(), MODE) == 0 || errno == EEXIST;
+    if (there && isWritable(path)) return;
+    throw InputError(printable(path) +
+                     ": is no directory that the engine can write: " + strerror(errno));
 }
 
 bool canHoldData(const std::string& path) {

@@ -20,7 +20,7 @@ class TemporaryDirectory {
 };
 
 // Makes sure that the engine can keep its files there, making the directory (its last component)
-// when it is missing. Throws InputError, one line that begins with the path.
+// when it is missing. Throws InputError.
 void prepareDataDirectory(const std::string& path);
 
 // Whether the engine could keep its files there: it writes into the directory, or makes its last

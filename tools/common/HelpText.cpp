@@ -23,13 +23,14 @@ std::string titleOf(const Argument& argument) {
     return title + (title.empty() || argument.isFlag() ? "" : " ") + argument.value;
 }
 
-std::string section(const char* title, const std::vector<Argument>& arguments) {
-    if (arguments.empty()) return "";
-    std::string text = std::string("\n") + title + ":\n";
+// The operands or the options.
+std::string section(const char* title, const std::vector<Argument>& arguments, bool operands) {
+    std::string text;
     for (const Argument& argument : arguments) {
+        if (argument.isOperand() != operands) continue;
         text += entry(titleOf(argument), argument.description);
     }
-    return text;
+    return text.empty() ? "" : std::string("\n") + title + ":\n" + text;
 }
 
 std::string beginning(const std::string& description, const std::string& usage) {
@@ -45,16 +46,17 @@ std::string ending(const std::vector<Example>& examples, const std::string& note
 }
 
 // "ksbrain replay [OPTIONS] TRACE".
-std::string usage(const Program& program, const Verb& verb, const std::vector<Argument>& operands) {
-    std::string text = program.name + ' ' + verb.name + " [OPTIONS]";
-    for (const Argument& option : optionsOf(verb)) {
-        if (option.isRequired) text += ' ' + option.names.front() + ' ' + option.value;
+std::string usage(const Program& program, const Verb& verb) {
+    std::string options, operands;
+    for (const Argument& argument : verb.arguments) {
+        const std::string value = argument.value + (argument.isRepeated ? "..." : "");
+        if (argument.isOperand()) {
+            operands += argument.isRequired ? ' ' + value : " [" + value + ']';
+        } else if (argument.isRequired) {
+            options += ' ' + argument.names.front() + ' ' + value;
+        }
     }
-    for (const Argument& operand : operands) {
-        const std::string name = operand.value + (operand.isRepeated ? "..." : "");
-        text += operand.isRequired ? ' ' + name : " [" + name + ']';
-    }
-    return text;
+    return program.name + ' ' + verb.name + " [OPTIONS]" + options + operands;
 }
 
 // The beginning of a description, for where there is little room.
@@ -76,16 +78,13 @@ std::string verbs(const Program& program) {
 }  // namespace
 
 std::string helpText(const Program& program) {
-    return verbs(program) + section("Options", optionsOf(program)) +
+    return verbs(program) + section("Options", program.options, false) +
            ending(program.examples, program.note);
 }
 
 std::string helpText(const Program& program, const Verb& verb) {
-    std::vector<Argument> operands;
-    std::copy_if(verb.arguments.begin(), verb.arguments.end(), std::back_inserter(operands),
-                 [](const Argument& argument) { return argument.isOperand(); });
-    return beginning(verb.description, usage(program, verb, operands)) +
-           section("Arguments", operands) + section("Options", optionsOf(verb)) +
+    return beginning(verb.description, usage(program, verb)) +
+           section("Arguments", verb.arguments, true) + section("Options", verb.arguments, false) +
            ending(verb.examples, verb.note);
 }
 

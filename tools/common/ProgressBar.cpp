@@ -13,6 +13,18 @@ namespace {
 constexpr size_t WIDTH = 30;
 constexpr std::chrono::milliseconds INTERVAL(100);
 
+// How long work goes on that has taken `elapsed` seconds for `done` of its `total` pieces, "5 s
+// left"; empty while nothing can be said.
+std::string timeLeft(double elapsed, size_t done, size_t total) {
+    if (done == 0 || done >= total) return "";
+    const double pace = elapsed / static_cast<double>(done);
+    const auto seconds = static_cast<uint64_t>(std::ceil(pace * static_cast<double>(total - done)));
+    if (seconds < 100) return std::to_string(seconds) + " s left";
+    const uint64_t minutes = (seconds + 59) / 60;
+    if (minutes < 100) return std::to_string(minutes) + " min left";
+    return std::to_string(minutes / 60) + " h " + std::to_string(minutes % 60) + " min left";
+}
+
 }  // namespace
 
 ProgressBar::ProgressBar(bool wanted, size_t total, size_t before)
@@ -39,14 +51,4 @@ void ProgressBar::update(size_t done) {
             grouped(done).c_str(), grouped(mTotal).c_str(), elapsed, left.empty() ? "" : ", ",
             left.c_str());
     fflush(stderr);
-}
-
-std::string timeLeft(double elapsed, size_t done, size_t total) {
-    if (done == 0 || done >= total) return "";
-    const double pace = elapsed / static_cast<double>(done);
-    const auto seconds = static_cast<uint64_t>(std::ceil(pace * static_cast<double>(total - done)));
-    if (seconds < 100) return std::to_string(seconds) + " s left";
-    const uint64_t minutes = (seconds + 59) / 60;
-    if (minutes < 100) return std::to_string(minutes) + " min left";
-    return std::to_string(minutes / 60) + " h " + std::to_string(minutes % 60) + " min left";
 }

@@ -30,7 +30,3 @@ class ProgressBar {
     const Clock::time_point mStart;
     Clock::time_point mNextDraw;
 };
-
-// How long work goes on that has taken `elapsed` seconds for `done` of its `total` pieces, for a
-// person: "5 s left"; empty while nothing can be said.
-std::string timeLeft(double elapsed, size_t done, size_t total);

@@ -7,17 +7,6 @@
 #include "tools/common/InputError.h"
 #include "tools/common/Text.h"
 
-namespace {
-
-Argument information(const std::vector<std::string>& names, const std::string& description) {
-    Argument argument;
-    argument.names = names;
-    argument.description = description;
-    return argument;
-}
-
-}  // namespace
-
 Argument& Argument::required() {
     isRequired = true;
     return *this;
@@ -77,16 +66,4 @@ uint64_t Verb::wholeNumber(const std::string& text, uint64_t least, uint64_t mos
     if (error == std::errc() && rest == end && number >= least && number <= most) return number;
     throw InputError(inQuotes(text) + " is no whole number from " + std::to_string(least) + " to " +
                      std::to_string(most));
-}
-
-std::vector<Argument> optionsOf(const Verb& verb) {
-    std::vector<Argument> options = {information({"-h", "--help"}, "Show this help")};
-    std::copy_if(verb.arguments.begin(), verb.arguments.end(), std::back_inserter(options),
-                 [](const Argument& argument) { return !argument.isOperand(); });
-    return options;
-}
-
-std::vector<Argument> optionsOf(const Program&) {
-    return {information({"-h", "--help"}, "Show this help"),
-            information({"--version"}, "Show the version")};
 }

@@ -24,13 +24,14 @@ struct Argument {
     std::string description;         // one paragraph without line breaks
 
     // Receives what was given; an empty text for a flag. Throws InputError, whose message need not
-    // name the option, when the value cannot be used.
-    std::function<void(const std::string&)> take;
+    // name the option, when the value cannot be used. The parser itself sees to --help and
+    // --version, which have none.
+    std::function<void(const std::string&)> take = {};
 
     bool isRequired = false;
-    bool isRepeated = false;          // may be given several times, an operand with several values
-    std::vector<std::string> needed;  // options that must be given too
-    std::vector<std::string> excluded;  // options that must not
+    bool isRepeated = false;  // may be given several times, an operand with several values
+    std::vector<std::string> needed = {};    // options that must be given too
+    std::vector<std::string> excluded = {};  // options that must not
 
     bool isOperand() const { return names.empty(); }
     bool isFlag() const { return value.empty(); }
@@ -39,6 +40,9 @@ struct Argument {
     Argument& needs(const std::string& option);
     Argument& excludes(const std::string& option);
 };
+
+inline const Argument HELP_OPTION = {{"-h", "--help"}, "", "Show this help"};
+inline const Argument VERSION_OPTION = {{"--version"}, "", "Show the version"};
 
 // A command line for a verb's help, and what it does.
 struct Example {
@@ -51,7 +55,7 @@ struct Verb {
     std::string description;
     std::vector<Example> examples;
     std::string note = {};  // stands below the examples as it is
-    std::vector<Argument> arguments = {};
+    std::vector<Argument> arguments = {HELP_OPTION};
     std::function<int()> run = {};  // gives the exit status
 
     // Each declares an argument. `title` is how it is given: "-o,--output FILE" for an option,
@@ -98,8 +102,5 @@ struct Program {
     std::vector<Example> examples;
     std::string note;
     std::vector<Verb> verbs = {};
+    std::vector<Argument> options = {HELP_OPTION, VERSION_OPTION};
 };
-
-// The options of the verb, and those that the program has before any verb; --help is among them.
-std::vector<Argument> optionsOf(const Verb& verb);
-std::vector<Argument> optionsOf(const Program& program);

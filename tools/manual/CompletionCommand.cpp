@@ -10,85 +10,67 @@
 
 namespace {
 
-// What follows does not depend on the command line. A value after '=' is a word of its own to bash.
-constexpr char START[] = R"(# bash completion for ksbrain: source this file
-_ksbrain_words() { mapfile -t COMPREPLY < <(compgen -W "$1" -- "$current"); }
-_ksbrain_files() {
-    compopt -o filenames
-    mapfile -t COMPREPLY < <(compgen "$1" -- "$current")
-}
-_ksbrain() {
-    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
+// Looks up with what arguments compgen completes: "replay --charging" for an option's value,
+// "replay -" for the options and "replay " for an operand. Without a verb the verbs are the
+// operands. A value after '=' is a word of its own to bash.
+constexpr char SCRIPT[] = R"(_ksbrain() {
+    local current=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} verb=${COMP_WORDS[1]} how
+    [[ $before != = ]] || before=${COMP_WORDS[COMP_CWORD-2]}
+    [[ $current != = ]] || current=
+    [[ $COMP_CWORD != 1 ]] || verb=
+    how=${_ksbrain_values[$verb $before]-unset}
+    [[ $how != unset || $current != -* ]] || how=${_ksbrain_values[$verb -]}
+    [[ $how != unset ]] || how=${_ksbrain_values[$verb ]}
     COMPREPLY=()
-    if [[ $current == = ]]; then
-        current=
-    elif [[ $previous == = ]]; then
-        previous=${COMP_WORDS[COMP_CWORD-2]}
-    fi
+    [[ $how == -W* ]] || compopt -o filenames
+    [[ -z $how ]] || mapfile -t COMPREPLY < <(eval "compgen $how" -- '"$current"')
+}
+complete -F _ksbrain ksbrain
 )";
 
-std::string wordsCall(const std::string& words) {
-    return "_ksbrain_words '" + words + "'";
+std::string fromWords(const std::string& words) {
+    return "-W '" + words + "'";
 }
 
-// Of the alternatives of a value those that are typed as they stand, "always never".
-std::string literals(const std::string& value) {
-    std::string words;
-    std::istringstream alternatives(value);
+// How a value is completed follows from its name; a word that only the user knows is not.
+std::string fromValue(const Argument& argument) {
+    std::string words;  // of the alternatives those that are typed as they stand, "always never"
+    std::istringstream alternatives(argument.value);
     for (std::string word; std::getline(alternatives, word, '|');) {
-        if (std::all_of(word.begin(), word.end(), islower))
-            words += (words.empty() ? "" : " ") + word;
+        if (std::all_of(word.begin(), word.end(), islower)) words += word + ' ';
     }
-    return words;
-}
-
-// Completes the value of an option or an operand; what it is follows from its name. A word that
-// only the user knows has no completion.
-std::string valueCall(const Argument& argument) {
-    const std::string words = literals(argument.value);
-    if (!words.empty()) return wordsCall(words);
-    if (argument.value == "DIR") return "_ksbrain_files -d";
+    if (!words.empty()) return fromWords(words);
+    if (argument.value == "DIR") return "-d";
     const bool file =
         argument.isOperand() || startsWith(argument.value, "FILE") || argument.value == "PATH";
-    return file ? "_ksbrain_files -f" : ":";
+    return file ? "-f" : "";
 }
 
-std::string namesOf(const Argument& option, const char* between) {
-    return option.names.size() == 1 ? option.names[0] : option.names[0] + between + option.names[1];
+std::string entry(const std::string& verb, const std::string& before, const std::string& how) {
+    return "    [\"" + verb + ' ' + before + "\"]=\"" + how + "\"\n";
 }
 
-std::string optionsCall(const std::vector<Argument>& options) {
-    std::string words;
-    for (const Argument& option : options)
-        words += (words.empty() ? "" : " ") + namesOf(option, " ");
-    return "if [[ $current == -* ]]; then " + wordsCall(words) + "; return; fi\n";
-}
-
-std::string verbCase(const Verb& verb) {
-    std::string options, operand;
-    for (const Argument& argument : verb.arguments) {
-        if (argument.isOperand()) {
-            operand = "            " + valueCall(argument) + '\n';
-        } else if (!argument.isFlag()) {
-            options += "                " + namesOf(argument, " | ") + ") " + valueCall(argument) +
-                       "; return ;;\n";
+// What can be typed after a verb.
+std::string entries(const std::string& verb, const std::vector<Argument>& arguments) {
+    std::string text, options;
+    for (const Argument& argument : arguments) {
+        if (argument.isOperand()) text += entry(verb, "", fromValue(argument));
+        for (const std::string& name : argument.names) {
+            options += name + ' ';
+            if (!argument.isFlag()) text += entry(verb, name, fromValue(argument));
         }
     }
-    return "        " + verb.name + ")\n            case $previous in\n" + options +
-           "            esac\n            " + optionsCall(optionsOf(verb)) + operand +
-           "            ;;\n";
+    return text + entry(verb, "-", fromWords(options));
 }
 
 std::string bashCompletion(const Program& program) {
-    std::string verbs, cases;
+    std::string verbs, text = entries("", program.options);
     for (const Verb& verb : program.verbs) {
-        verbs += (verbs.empty() ? "" : " ") + verb.name;
-        cases += verbCase(verb);
+        verbs += verb.name + ' ';
+        text += entries(verb.name, verb.arguments);
     }
-    return START + std::string("    if [[ $COMP_CWORD == 1 ]]; then\n        ") +
-           optionsCall(optionsOf(program)) + "        " + wordsCall(verbs) +
-           "\n        return\n    fi\n    case ${COMP_WORDS[1]} in\n" + cases +
-           "    esac\n}\ncomplete -F _ksbrain ksbrain\n";
+    return "# bash completion for ksbrain: source this file\ndeclare -gA _ksbrain_values=(\n" +
+           text + entry("", "", fromWords(verbs)) + ")\n" + SCRIPT;
 }
 
 }  // namespace

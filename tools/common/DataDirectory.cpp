@@ -40,10 +40,12 @@ TemporaryDirectory::~TemporaryDirectory() {
 }
 
 void prepareDataDirectory(const std::string& path) {
+    const auto refuse = [&](const char* reason) {
+        throw InputError(printable(path) + ": " + reason + ": " + strerror(errno));
+    };
     const bool there = mkdir(path.c_str(), MODE) == 0 || errno == EEXIST;
-    if (there && isWritable(path)) return;
-    throw InputError(printable(path) +
-                     ": is no directory that the engine can write: " + strerror(errno));
+    if (!there) refuse("the data directory cannot be made");
+    if (!isWritable(path)) refuse("is no directory that the engine can write");
 }
 
 bool canHoldData(const std::string& path) {

@@ -1,12 +1,12 @@
 #include "tools/common/Text.h"
 
+#include <cstdarg>
 #include <cstdio>
 #include <sstream>
 
 namespace {
 
 constexpr size_t MAX_QUOTED = 40;
-constexpr size_t WIDTH = 80;
 
 }  // namespace
 
@@ -23,26 +23,52 @@ std::string inQuotes(std::string_view text) {
     return '"' + printable(text.substr(0, MAX_QUOTED)) + (cut ? "...\"" : "\"");
 }
 
+std::string formatted(const char* format, ...) {
+    char text[256];
+    va_list values;
+    va_start(values, format);
+    vsnprintf(text, sizeof(text), format, values);
+    va_end(values);
+    return text;
+}
+
+std::string localTimeText(time_t moment, const char* format) {
+    tm local{};
+    localtime_r(&moment, &local);
+    char text[64];
+    return {text, strftime(text, sizeof(text), format, &local)};
+}
+
+std::string padded(const std::string& text, size_t width) {
+    return text + std::string(width > text.size() ? width - text.size() : 0, ' ');
+}
+
+std::string rightAligned(const std::string& text, size_t width) {
+    return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
+}
+
 std::string grouped(uint64_t number) {
     std::string result = std::to_string(number);
     for (size_t end = result.size(); end > 3; end -= 3) result.insert(end - 3, 1, ',');
     return result;
 }
 
-std::string percentage(uint64_t part, uint64_t whole) {
-    if (whole == 0) return "-";
-    char text[32];
-    snprintf(text, sizeof(text), "%.1f %%",
-             100.0 * static_cast<double>(part) / static_cast<double>(whole));
-    return text;
+std::string amount(uint64_t number, const std::string& one, const std::string& many) {
+    if (number == 1) return "1 " + one;
+    return grouped(number) + ' ' + (many.empty() ? one + 's' : many);
 }
 
-std::string wrapped(const std::string& text, size_t indent) {
+std::string percentage(uint64_t part, uint64_t whole) {
+    if (whole == 0) return "-";
+    return formatted("%.1f %%", 100.0 * static_cast<double>(part) / static_cast<double>(whole));
+}
+
+std::string wrapped(const std::string& text, size_t indent, size_t width) {
     std::string result;
     size_t column = indent;
     std::istringstream words(text);
     for (std::string word; words >> word;) {
-        if (column > indent && column + 1 + word.size() > WIDTH) {
+        if (column > indent && column + 1 + word.size() > width) {
             result += '\n' + std::string(indent, ' ');
             column = indent;
         } else if (column > indent) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <string>
 #include <string_view>
 
@@ -17,12 +18,25 @@ std::string printable(std::string_view text);
 // A piece of input for an error message: in double quotes, printable, cut when it is long.
 std::string inQuotes(std::string_view text);
 
+// As printf would print it, at most 255 bytes.
+std::string formatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// The moment by the clocks of the zone TZ, in a format of strftime().
+std::string localTimeText(time_t moment, const char* format);
+
+// With blanks behind or before it to a width.
+std::string padded(const std::string& text, size_t width);
+std::string rightAligned(const std::string& text, size_t width);
+
 // 12345 as 12,345.
 std::string grouped(uint64_t number);
+
+// "1 name", "7,000 names": with an s unless `many` is given.
+std::string amount(uint64_t number, const std::string& one, const std::string& many = "");
 
 // A share as a percentage with one decimal, "42.0 %"; "-" when there is nothing to divide by.
 std::string percentage(uint64_t part, uint64_t whole);
 
-// The text's words in lines of at most 80 columns; all but the first are indented by so many
+// The text's words in lines of at most so many columns; all but the first are indented by so many
 // blanks, and the first is taken to start there too.
-std::string wrapped(const std::string& text, size_t indent);
+std::string wrapped(const std::string& text, size_t indent, size_t width = 80);

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
+
+#include "tools/common/Text.h"
 
 bool localeIsUtf8() {
     for (const char* const variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
@@ -37,8 +38,5 @@ std::string logBar(double factor, int reach, bool utf8) {
 }
 
 std::string factorText(double factor) {
-    char text[32];
-    const bool lowers = factor < 1;
-    snprintf(text, sizeof(text), "%c %.3g", lowers ? '/' : 'x', lowers ? 1 / factor : factor);
-    return text;
+    return factor < 1 ? formatted("/ %.3g", 1 / factor) : formatted("x %.3g", factor);
 }

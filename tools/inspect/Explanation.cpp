@@ -1,7 +1,6 @@
 #include "tools/inspect/Explanation.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <sstream>
 
 #include "base/Environment.h"
@@ -45,9 +44,7 @@ void choosePredictor(const Question& question, const EngineStart& start, Explana
 std::string slotText(int slot) {
     const unsigned hour = static_cast<unsigned>(slot) / 2;
     const unsigned minute = static_cast<unsigned>(slot) % 2 * 30;
-    char text[48];
-    snprintf(text, sizeof(text), "%02u:%02u-%02u:%02u", hour, minute, hour, minute + 29);
-    return text;
+    return formatted("%02u:%02u-%02u:%02u", hour, minute, hour, minute + 29);
 }
 
 Explanation explain(const Question& question) {

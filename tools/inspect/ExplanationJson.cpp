@@ -1,17 +1,15 @@
-#include <cstdio>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 
 #include "tools/common/JsonLine.h"
+#include "tools/common/Text.h"
 #include "tools/inspect/Explanation.h"
 
 namespace {
 
 // Nine significant digits, which name exactly one number of single precision.
 double nineDigits(float value) {
-    char text[32];
-    snprintf(text, sizeof(text), "%.9g", static_cast<double>(value));
-    return strtod(text, nullptr);
+    return strtod(formatted("%.9g", static_cast<double>(value)).c_str(), nullptr);
 }
 
 Json predictionJson(const BayesPrediction& prediction) {

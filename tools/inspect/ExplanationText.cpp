@@ -1,8 +1,6 @@
 #include <algorithm>
-#include <cstdio>
 
 #include "tools/common/Text.h"
-#include "tools/inspect/Amount.h"
 #include "tools/inspect/Bars.h"
 #include "tools/inspect/Explanation.h"
 
@@ -14,31 +12,11 @@ constexpr int REACH = 12;  // of a bar, to each side
 constexpr int VOCABULARY = 30;
 
 std::string number(float value) {
-    char text[32];
-    snprintf(text, sizeof(text), "%.9g", static_cast<double>(value));
-    return text;
-}
-
-std::string padded(const std::string& text, size_t width) {
-    return text + std::string(width > text.size() ? width - text.size() : 0, ' ');
-}
-
-std::string rightAligned(const std::string& text, size_t width) {
-    return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
+    return formatted("%.9g", static_cast<double>(value));
 }
 
 std::string percent(float score) {
-    char text[32];
-    snprintf(text, sizeof(text), "%.1f %%", 100 * static_cast<double>(score));
-    return text;
-}
-
-std::string timeText(time_t time) {
-    tm local{};
-    localtime_r(&time, &local);
-    char text[64];
-    strftime(text, sizeof(text), "%a %Y-%m-%d %H:%M %Z", &local);
-    return text;
+    return formatted("%.1f %%", 100 * static_cast<double>(score));
 }
 
 std::string title(const std::string& application) {
@@ -173,8 +151,8 @@ std::string alternativesText(const Explanation& explanation) {
 std::string explanationText(const Explanation& explanation) {
     const bool network = explanation.usesNetwork;
     std::string text =
-        timeText(explanation.time) + ", " + title(explanation.current) + " in front, " +
-        title(explanation.last) + " before it\n" +
+        localTimeText(explanation.time, "%a %Y-%m-%d %H:%M %Z") + ", " +
+        title(explanation.current) + " in front, " + title(explanation.last) + " before it\n" +
         (network ? "Answered by the sequence network" : "Answered by the Bayes model") +
         (network == explanation.networkReady
              ? ", as the engine would at this moment.\n"

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "tools/common/JsonLine.h"
-#include "tools/inspect/Amount.h"
 #include "tools/inspect/EngineFiles.h"
 #include "tools/inspect/EngineStart.h"
 

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 
 #include "tools/common/Colour.h"
 #include "tools/common/Text.h"
@@ -11,26 +10,6 @@
 namespace {
 
 constexpr size_t LINE_WIDTH = 96;
-
-// The sentence in lines of at most LINE_WIDTH characters, indented.
-std::string wrapped(const std::string& sentence) {
-    const std::string indent(4, ' ');
-    std::string result;
-    std::string line = indent;
-    size_t begin = 0;
-    while (begin < sentence.size()) {
-        const size_t end = std::min(sentence.find(' ', begin), sentence.size());
-        const std::string word = sentence.substr(begin, end - begin);
-        if (line.size() > indent.size() && line.size() + 1 + word.size() > LINE_WIDTH) {
-            result += line + '\n';
-            line = indent;
-        }
-        if (line.size() > indent.size()) line += ' ';
-        line += word;
-        begin = end + 1;
-    }
-    return result + line + '\n';
-}
 
 // For standard output.
 std::string stateText(FileState state) {
@@ -74,11 +53,11 @@ Inspection inspectDirectory(const std::string& directory) {
 std::string inspectionText(const Inspection& inspection) {
     std::string text;
     for (const FileReport& report : inspection.reports) {
-        char head[160];
-        snprintf(head, sizeof(head), "%-18s  %-24s  %14s   ", report.title.c_str(),
-                 report.name.c_str(), bytesText(report).c_str());
-        text += head + stateText(report.state) + '\n';
-        for (const std::string& remark : report.remarks) text += wrapped(remark);
+        text += padded(report.title, 18) + "  " + padded(report.name, 24) + "  " +
+                rightAligned(bytesText(report), 14) + "   " + stateText(report.state) + '\n';
+        for (const std::string& remark : report.remarks) {
+            text += "    " + wrapped(remark, 4, LINE_WIDTH) + '\n';
+        }
         text += '\n';
     }
     if (!inspection.foreign.empty()) {

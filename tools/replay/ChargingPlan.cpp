@@ -1,7 +1,5 @@
 #include "tools/replay/ChargingPlan.h"
 
-#include <cstdio>
-
 #include "tools/common/InputError.h"
 #include "tools/common/Text.h"
 #include "tools/trace/LocalTime.h"
@@ -50,10 +48,8 @@ ChargingPlan ChargingPlan::parse(const std::string& text) {
 
 std::string ChargingPlan::text() const {
     if (!mHasWindow) return mCharging ? "always" : "never";
-    char window[64];
-    snprintf(window, sizeof(window), "%02d:%02d-%02d:%02d", mStart / 3600, mStart / 60 % 60,
-             mEnd / 3600, mEnd / 60 % 60);
-    return window;
+    return formatted("%02d:%02d-%02d:%02d", mStart / 3600, mStart / 60 % 60, mEnd / 3600,
+                     mEnd / 60 % 60);
 }
 
 bool ChargingPlan::chargingAt(time_t moment) const {

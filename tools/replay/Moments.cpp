@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <ctime>
 
 #include "tools/common/Colour.h"
 #include "tools/common/Text.h"
@@ -11,15 +10,6 @@
 namespace {
 
 constexpr size_t SHOWN = 4;
-
-std::string localTime(TraceTime time) {
-    const time_t moment = wholeSeconds(time);
-    tm local{};
-    localtime_r(&moment, &local);
-    char text[64];
-    strftime(text, sizeof(text), "%a %Y-%m-%d %H:%M", &local);
-    return text;
-}
 
 }  // namespace
 
@@ -42,7 +32,8 @@ std::string Moments::text() const {
 std::string Moments::describe(const Moment& moment) const {
     const std::string& next = mTrace.name(moment.row + 1);
     const auto hit = std::find(moment.predicted.begin(), moment.predicted.end(), next);
-    std::string text = localTime(mTrace.time(moment.row)) + "  " +
+    const time_t time = wholeSeconds(mTrace.time(moment.row));
+    std::string text = localTimeText(time, "%a %Y-%m-%d %H:%M") + "  " +
                        printable(mTrace.name(moment.row)) + " is in front\n    predicted (" +
                        (moment.fromNetwork ? "network" : "Bayes") + "):";
     for (const std::string& name : moment.predicted) text += "  " + printable(name);

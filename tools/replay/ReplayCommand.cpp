@@ -1,6 +1,5 @@
 #include "tools/replay/ReplayCommand.h"
 
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>

@@ -1,10 +1,8 @@
 #include "tools/replay/ResultTable.h"
 
 #include <unistd.h>
-#include <nlohmann/json.hpp>
 
-#include <cmath>
-#include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "tools/common/Colour.h"
 #include "tools/common/JsonLine.h"
@@ -20,17 +18,13 @@ std::string predictorRow(const char* name, const PredictorScore& score) {
     const auto rate = [&](int hits) {
         return percentage(static_cast<uint64_t>(hits), static_cast<uint64_t>(score.opened));
     };
-    char row[160];
-    snprintf(row, sizeof(row), "%-18s%10s%12s%9s%12s%9s\n", name, count(score.opened).c_str(),
-             count(score.top1).c_str(), rate(score.top1).c_str(), count(score.top4).c_str(),
-             rate(score.top4).c_str());
-    return row;
+    return formatted("%-18s%10s%12s%9s%12s%9s\n", name, count(score.opened).c_str(),
+                     count(score.top1).c_str(), rate(score.top1).c_str(), count(score.top4).c_str(),
+                     rate(score.top4).c_str());
 }
 
 std::string totalRow(const char* name, const std::string& value, const std::string& remark = "") {
-    char row[160];
-    snprintf(row, sizeof(row), "%-18s%10s%s\n", name, value.c_str(), remark.c_str());
-    return row;
+    return formatted("%-18s%10s%s\n", name, value.c_str(), remark.c_str());
 }
 
 Json scoreJson(const PredictorScore& score) {
@@ -40,8 +34,6 @@ Json scoreJson(const PredictorScore& score) {
 }  // namespace
 
 std::string resultTable(const ReplayResult& result) {
-    char seconds[32];
-    snprintf(seconds, sizeof(seconds), "%.2f s", result.duration.count());
     const std::string rule = coloured(std::string(70, '-'), Colour::DIM, STDOUT_FILENO);
     return coloured("predictor             scored   top-1 hits     rate  top-4 hits     rate",
                     Colour::BOLD, STDOUT_FILENO) +
@@ -50,7 +42,8 @@ std::string resultTable(const ReplayResult& result) {
            totalRow("openings", grouped(result.openings),
                     "   of " + count(result.apps) + " apps in the table, " +
                         grouped(result.predictions) + " answered with a prediction") +
-           totalRow("trainings", count(result.trainings)) + totalRow("time taken", seconds);
+           totalRow("trainings", count(result.trainings)) +
+           totalRow("time taken", formatted("%.2f s", result.duration.count()));
 }
 
 std::string resultJson(const ReplayResult& result) {

@@ -53,7 +53,7 @@ void printNotes(const std::string& path, const TraceFile& file) {
     }
     if (file.skipped > 0) {
         fprintf(stderr, "%s: %s skipped\n", shown(path).c_str(),
-                (grouped(file.skipped) + (file.skipped == 1 ? " bad line" : " bad lines")).c_str());
+                amount(file.skipped, "bad line").c_str());
     }
 }
 

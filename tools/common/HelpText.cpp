@@ -1,6 +1,5 @@
 #include "tools/common/HelpText.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include "tools/common/Text.h"
@@ -59,19 +58,13 @@ std::string usage(const Program& program, const Verb& verb) {
     return program.name + ' ' + verb.name + " [OPTIONS]" + options + operands;
 }
 
-// The beginning of a description, for where there is little room.
-std::string brief(const std::string& description) {
-    size_t end = description.size();
-    for (const char* const stop : {". ", ": ", "; ", " ("}) {
-        end = std::min(end, description.find(stop));
-    }
-    return description.substr(0, end);
-}
-
 std::string verbs(const Program& program) {
     std::string text =
         beginning(program.description, program.name + " VERB [OPTIONS]") + "\nVerbs:\n";
-    for (const Verb& verb : program.verbs) text += entry(verb.name, brief(verb.description));
+    for (const Verb& verb : program.verbs) {
+        const std::string& description = verb.description;
+        text += entry(verb.name, description.substr(0, description.find(". ")));
+    }
     return text;
 }
 

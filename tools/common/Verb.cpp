@@ -26,15 +26,6 @@ Argument& Verb::flag(const std::string& title, bool& given, const std::string& a
     return custom(title, about, [&given](const std::string&) { given = true; });
 }
 
-Argument& Verb::text(const std::string& title, std::string& to, const std::string& about) {
-    return custom(title, about, [&to](const std::string& given) { to = given; });
-}
-
-Argument& Verb::text(const std::string& title, std::optional<std::string>& to,
-                     const std::string& about) {
-    return custom(title, about, [&to](const std::string& given) { to = given; });
-}
-
 Argument& Verb::texts(const std::string& title, std::vector<std::string>& to,
                       const std::string& about) {
     Argument& argument =

@@ -64,9 +64,11 @@ struct Verb {
 
     Argument& flag(const std::string& title, bool& given, const std::string& about);
 
-    Argument& text(const std::string& title, std::string& to, const std::string& about);
-    Argument& text(const std::string& title, std::optional<std::string>& to,
-                   const std::string& about);
+    // `to` is a text, or one that may be absent.
+    template <typename Text>
+    Argument& text(const std::string& title, Text& to, const std::string& about) {
+        return custom(title, about, [&to](const std::string& given) { to = given; });
+    }
     Argument& texts(const std::string& title, std::vector<std::string>& to,
                     const std::string& about);
 

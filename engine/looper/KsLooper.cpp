@@ -10,20 +10,45 @@
 #include <cstring>
 
 #include "base/Logger.h"
-#include "looper/KsLooperLog.h"
 
-using ksLooperLog::TAG;
+#ifndef EPOLLWAKEUP  // as in the C library against which the platform builds for workstations
+#define EPOLLWAKEUP (1U << 29)
+#endif
 
 namespace {
 
+constexpr char TAG[] = "KsLooper";
 constexpr int EVENTS_PER_TURN = 10;
 constexpr unsigned int WAKE_EVENTS = EPOLLIN | EPOLLHUP;
+
+struct EventName {
+    unsigned int flag;
+    const char* name;
+};
+
+constexpr EventName EVENT_NAMES[] = {
+    {EPOLLIN, "EPOLLIN "},           {EPOLLPRI, "EPOLLPRI "},       {EPOLLOUT, "EPOLLOUT "},
+    {EPOLLERR, "EPOLLERR "},         {EPOLLHUP, "EPOLLHUP "},       {EPOLLRDNORM, "EPOLLRDNORM "},
+    {EPOLLRDBAND, "EPOLLRDBAND "},   {EPOLLWRNORM, "EPOLLWRNORM "}, {EPOLLWRBAND, "EPOLLWRBAND "},
+    {EPOLLMSG, "EPOLLMSG "},         {EPOLLRDHUP, "EPOLLRDHUP "},   {EPOLLWAKEUP, "EPOLLWAKEUP "},
+    {EPOLLONESHOT, "EPOLLONESHOT "}, {EPOLLET, "EPOLLET "},
+};
+
+// The line that follows a critical error: what `error`, a value of errno, means.
+void logErrno(int error) {
+    FRAMEWORK_LOG(LEVEL_ERROR, TAG, "    %s (Errno %d)", strerror(error), error);
+}
+
+void logCriticalError(const char* message, int error) {
+    FRAMEWORK_LOG(LEVEL_ERROR, TAG, "Critical Error: %s", message);
+    logErrno(error);
+}
 
 int checkCreated(int fd, const char* message) {
     if (fd != -1) return fd;
     const int error = errno;
     FRAMEWORK_LOG(LEVEL_ERROR, TAG, "Critical Error, Aborting: %s", message);
-    ksLooperLog::logErrno(error);
+    logErrno(error);
     abort();
 }
 
@@ -40,6 +65,10 @@ void checkWritten(ssize_t rv, int error) {
 
 }  // namespace
 
+Mutex& KsLooper::sHandlerLock = *new Mutex;
+Mutex& KsLooper::sApprovedFdLock = *new Mutex;
+std::set<int>& KsLooper::mApprovedFd = *new std::set<int>;
+
 KsLooper::KsLooper(sp<KsTimer> timer)
     : mTimer(timer),
       mEpollFd(checkCreated(epoll_create(EVENTS_PER_TURN), "Cannot create epoll instance")),
@@ -51,6 +80,218 @@ KsLooper::~KsLooper() {
     clearEvents();
     close(mEventFd);
     close(mEpollFd);
+}
+
+bool KsLooper::addEventHandler(int fd, EventCallback callback, void* data,
+                               EventCallback closeCallback, unsigned int events) {
+    HandlerObject handler;
+    handler.callback = callback;
+    handler.closeCallback = closeCallback;
+    handler.data = data;
+    return addHandler(fd, handler, events);
+}
+
+bool KsLooper::addEventHandler(int fd, sp<SocketTask> task, unsigned int events) {
+    HandlerObject handler;
+    handler.isSocketTask = true;
+    handler.task = task;
+    return addHandler(fd, handler, events);
+}
+
+// Epoll, the map and the approved set change together under the lock: the loop, which may see the
+// descriptor readable at once, finds it in all of them or waits here.
+bool KsLooper::addHandler(int fd, const HandlerObject& handler, unsigned int events) {
+    traceEntry(TAG, "addEventHandler");
+    epoll_event event{};
+    event.events = events;
+    event.data.fd = fd;
+    bool known = false;
+    int error = 0;
+    {
+        MutexLock lock(sHandlerLock);
+        const auto found = mHandlers.find(fd);
+        known = found != mHandlers.end() && !found->second.closed;
+        if (!known) {
+            if (epoll_ctl(mEpollFd, EPOLL_CTL_ADD, fd, &event) == -1) {
+                error = errno;
+            } else {
+                mHandlers[fd] = handler;
+                addApprovedFd(fd);
+            }
+        }
+    }
+    if (known) {
+        FRAMEWORK_LOG(LEVEL_WARNING, TAG, "fd=%d is already in mHandlers", fd);
+        traceReturn(TAG, "addEventHandler");
+        return false;
+    }
+    if (error != 0) {
+        logCriticalError("Cannot add event handler", error);
+        return false;
+    }
+    FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "addEventHandler: add fd %d into handler list", fd);
+    traceReturn(TAG, "addEventHandler");
+    return true;
+}
+
+// The descriptor is unknown everywhere before its close action runs, which may close it and so
+// leave its number to another thread.
+void KsLooper::removeEventHandler(int fd) {
+    const TraceScope trace(TAG, "removeEventHandler");
+    HandlerObject handler;
+    bool known = false;
+    bool unclosed = false;
+    {
+        MutexLock lock(sHandlerLock);
+        const auto found = mHandlers.find(fd);
+        known = found != mHandlers.end();
+        if (known) {
+            handler = found->second;
+            mHandlers.erase(found);
+            unclosed = forgetDescriptorLocked(fd, handler);
+        }
+    }
+    if (!known) {
+        FRAMEWORK_LOG(LEVEL_WARNING, TAG, "removeEventHandler: fd=%d is invalid", fd);
+        return;
+    }
+    if (handler.isSocketTask && handler.task) {
+        handler.task->onRemoved(fd);
+    } else if (!handler.isSocketTask && handler.closeCallback != nullptr) {
+        handler.closeCallback(fd, handler.data);
+    } else {
+        FRAMEWORK_LOG(LEVEL_WARNING, TAG, "fd %d closeCallback is NULL", fd);
+    }
+    FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "removeEventHandler: remove fd %d from mHandlers list", fd);
+    if (unclosed) close(fd);
+}
+
+// True for a terminate descriptor that is now the caller's to close.
+bool KsLooper::forgetDescriptorLocked(int fd, const HandlerObject& handler) {
+    if (handler.closed) return false;
+    epoll_ctl(mEpollFd, EPOLL_CTL_DEL, fd, nullptr);
+    removeApprovedFd(fd);
+    return mTerminateFds.erase(fd) != 0;
+}
+
+size_t KsLooper::getHandlerSize() const {
+    MutexLock lock(sHandlerLock);
+    return mHandlers.size();
+}
+
+bool KsLooper::findHandler(int fd, HandlerObject& handler) const {
+    MutexLock lock(sHandlerLock);
+    const auto found = mHandlers.find(fd);
+    if (found == mHandlers.end()) return false;
+    handler = found->second;
+    return true;
+}
+
+void KsLooper::addApprovedFd(int fd) {
+    MutexLock lock(sApprovedFdLock);
+    mApprovedFd.insert(fd);
+}
+
+void KsLooper::removeApprovedFd(int fd) {
+    MutexLock lock(sApprovedFdLock);
+    mApprovedFd.erase(fd);
+}
+
+bool KsLooper::isApprovedFd(int fd) {
+    MutexLock lock(sApprovedFdLock);
+    return mApprovedFd.count(fd) != 0;
+}
+
+void KsLooper::wake() {
+    const TraceScope trace(TAG, "wake");
+    const ssize_t rv = makeReadable(mEventFd);
+    checkWritten(rv, errno);
+}
+
+void KsLooper::run() {
+    const TraceScope trace(TAG, "run");
+    while (!mTerminated || isTerminationPending()) {
+        processEvents(mTimer->nextTimerEvent(), mTimer);
+    }
+    clearEvents();
+}
+
+void KsLooper::processEvents(int timeoutMs, sp<KsTimer> timer) {
+    epoll_event events[EVENTS_PER_TURN];
+    const int count = epoll_wait(mEpollFd, events, EVENTS_PER_TURN, timeoutMs);
+    const int error = errno;
+    const TraceScope trace(TAG, "processEvents");
+    if (count == -1) {
+        if (error != EINTR) logCriticalError("epoll_wait error", error);
+        return;
+    }
+    timer->processEvents();
+    for (int left = count; left > 0; --left) {
+        const epoll_event& event = events[left - 1];
+        FRAMEWORK_LOG(LEVEL_TRACE, TAG, "%d events pending, handling %d for %d", left,
+                      static_cast<int>(event.events), event.data.fd);
+        handleEvent(event.data.fd, event.events);
+    }
+    processTasks();
+}
+
+void KsLooper::handleEvent(int fd, unsigned int events) {
+    HandlerObject handler;
+    const bool known = findHandler(fd, handler);
+    if ((events & EPOLLHUP) != 0) {
+        FRAMEWORK_LOG(LEVEL_INFO, TAG, "fd %d send EPOLLHUP event", fd);
+        rejectDescriptor(fd);
+    } else if ((events & (EPOLLIN | EPOLLPRI | EPOLLERR)) == 0) {
+        FRAMEWORK_LOG(LEVEL_WARNING, TAG, "unhandled events: [flags %d] %s",
+                      static_cast<int>(events), checkUnHandledEvents(events).c_str());
+    } else if (!isApprovedFd(fd)) {
+        FRAMEWORK_LOG(LEVEL_ERROR, TAG, "fd %d is not the approved fd, we can't take handle of it",
+                      fd);
+        rejectDescriptor(fd);
+    } else if (!known) {
+        FRAMEWORK_LOG(LEVEL_ERROR, TAG, "fd %d is not registed", fd);
+        rejectDescriptor(fd);
+    } else {
+        runHandler(fd, handler);
+    }
+}
+
+std::string KsLooper::checkUnHandledEvents(unsigned int events) {
+    std::string names;
+    for (const EventName& event : EVENT_NAMES) {
+        if ((events & event.flag) != 0) names += event.name;
+    }
+    return names;
+}
+
+// Also closes a descriptor that is registered no longer, or whose close action has closed it.
+void KsLooper::rejectDescriptor(int fd) {
+    bool ours = false;
+    {
+        MutexLock lock(sHandlerLock);
+        ours = mTerminateFds.count(fd) != 0;
+    }
+    removeEventHandler(fd);
+    if (!ours) close(fd);
+}
+
+void KsLooper::runHandler(int fd, const HandlerObject& handler) {
+    FRAMEWORK_LOG(LEVEL_TRACE, TAG, "process fd:%d events: [callback: %p, data: %p]", fd,
+                  reinterpret_cast<void*>(handler.callback), handler.data);
+    if (handler.isSocketTask) {
+        if (handler.task) {
+            handler.task->onReadable(fd);
+            return;
+        }
+        FRAMEWORK_LOG(LEVEL_ERROR, TAG, "no callback function Task is registed: %d", fd);
+    } else {
+        if (handler.callback != nullptr) {
+            handler.callback(fd, handler.data);
+            return;
+        }
+        FRAMEWORK_LOG(LEVEL_ERROR, TAG, "no callback function is registed");
+    }
+    clearRead(fd, nullptr);
 }
 
 // The loop does not end before it has closed the terminate descriptor, and the descriptor becomes
@@ -85,93 +326,18 @@ bool KsLooper::addTerminatedHandler() {
     return registered;
 }
 
-void KsLooper::wake() {
-    const TraceScope trace(TAG, "wake");
-    const ssize_t rv = makeReadable(mEventFd);
-    checkWritten(rv, errno);
-}
-
-void KsLooper::run() {
-    const TraceScope trace(TAG, "run");
-    while (!mTerminated || isTerminationPending()) {
-        processEvents(mTimer->nextTimerEvent(), mTimer);
-    }
-    clearEvents();
-}
-
 bool KsLooper::isTerminationPending() const {
     MutexLock lock(sHandlerLock);
     return !mTerminateFds.empty();
 }
 
-void KsLooper::processEvents(int timeoutMs, sp<KsTimer> timer) {
-    epoll_event events[EVENTS_PER_TURN];
-    const int count = epoll_wait(mEpollFd, events, EVENTS_PER_TURN, timeoutMs);
-    const int error = errno;
-    const TraceScope trace(TAG, "processEvents");
-    if (count == -1) {
-        if (error != EINTR) ksLooperLog::logCriticalError("epoll_wait error", error);
-        return;
-    }
-    timer->processEvents();
-    for (int left = count; left > 0; --left) {
-        const epoll_event& event = events[left - 1];
-        FRAMEWORK_LOG(LEVEL_TRACE, TAG, "%d events pending, handling %d for %d", left,
-                      static_cast<int>(event.events), event.data.fd);
-        handleEvent(event.data.fd, event.events);
-    }
-    processTasks();
-}
-
-void KsLooper::handleEvent(int fd, unsigned int events) {
-    HandlerObject handler;
-    const bool known = findHandler(fd, handler);
-    if ((events & EPOLLHUP) != 0) {
-        FRAMEWORK_LOG(LEVEL_INFO, TAG, "fd %d send EPOLLHUP event", fd);
-        rejectDescriptor(fd);
-    } else if ((events & (EPOLLIN | EPOLLPRI | EPOLLERR)) == 0) {
-        FRAMEWORK_LOG(LEVEL_WARNING, TAG, "unhandled events: [flags %d] %s",
-                      static_cast<int>(events), checkUnHandledEvents(events).c_str());
-    } else if (!isApprovedFd(fd)) {
-        FRAMEWORK_LOG(LEVEL_ERROR, TAG, "fd %d is not the approved fd, we can't take handle of it",
-                      fd);
-        rejectDescriptor(fd);
-    } else if (!known) {
-        FRAMEWORK_LOG(LEVEL_ERROR, TAG, "fd %d is not registed", fd);
-        rejectDescriptor(fd);
-    } else {
-        runHandler(fd, handler);
-    }
-}
-
-// Also closes a descriptor that is registered no longer, or whose close action has closed it.
-void KsLooper::rejectDescriptor(int fd) {
-    bool ours = false;
-    {
-        MutexLock lock(sHandlerLock);
-        ours = mTerminateFds.count(fd) != 0;
-    }
-    removeEventHandler(fd);
-    if (!ours) close(fd);
-}
-
-void KsLooper::runHandler(int fd, const HandlerObject& handler) {
-    FRAMEWORK_LOG(LEVEL_TRACE, TAG, "process fd:%d events: [callback: %p, data: %p]", fd,
-                  reinterpret_cast<void*>(handler.callback), handler.data);
-    if (handler.isSocketTask) {
-        if (handler.task) {
-            handler.task->onReadable(fd);
-            return;
-        }
-        FRAMEWORK_LOG(LEVEL_ERROR, TAG, "no callback function Task is registed: %d", fd);
-    } else {
-        if (handler.callback != nullptr) {
-            handler.callback(fd, handler.data);
-            return;
-        }
-        FRAMEWORK_LOG(LEVEL_ERROR, TAG, "no callback function is registed");
-    }
-    clearRead(fd, nullptr);
+// Its handler stays registered until the loop has ended.
+void KsLooper::finishTermination(int fd) {
+    MutexLock lock(sHandlerLock);
+    const auto found = mHandlers.find(fd);
+    if (mTerminateFds.count(fd) == 0 || found == mHandlers.end()) return;
+    forgetDescriptorLocked(fd, found->second);
+    found->second.closed = true;
 }
 
 void KsLooper::clearEvents() {
@@ -207,15 +373,6 @@ void KsLooper::exitTaskHandler(int fd, void* data) {
     drain(fd);
     if (data != nullptr) static_cast<KsLooper*>(data)->finishTermination(fd);
     close(fd);
-}
-
-// Its handler stays registered until the loop has ended.
-void KsLooper::finishTermination(int fd) {
-    MutexLock lock(sHandlerLock);
-    const auto found = mHandlers.find(fd);
-    if (mTerminateFds.count(fd) == 0 || found == mHandlers.end()) return;
-    forgetDescriptorLocked(fd, found->second);
-    found->second.closed = true;
 }
 
 void KsLooper::drain(int fd) {

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -46,7 +47,8 @@ Logger* Logger::getInstance() {
     return instance;
 }
 
-Logger::Logger() : mName("LOGGER"), mLevel(LEVEL_DEBUG), mDefaultLevel(DEFAULT_LEVEL) {
+Logger::Logger() : mLevel(LEVEL_DEBUG), mDefaultLevel(DEFAULT_LEVEL) {
+    setName("LOGGER");
     int level = property_get_int32(LEVEL_PROPERTY, DEFAULT_LEVEL);
     __android_log_print(ANDROID_LOG_DEBUG, MODULE, "get default value: %d, errno: %d", level,
                         errno);
@@ -89,14 +91,18 @@ void Logger::vprint(unsigned char level, const char* tag, const char* module, co
     // Another thread's line may have changed mLevel since this one was admitted.
     const Priority& priority =
         PRIORITIES[isLevel(level) ? level : mLevel.load(std::memory_order_relaxed)];
-    {
-        MutexLock lock(mNameLock);
-        mName = tag;
-    }
+    setName(tag);
     if (fmt == nullptr) return;
     char message[MESSAGE_SIZE] = {};
     vsnprintf(message, sizeof(message), fmt, args);
     __android_log_print(priority.android, module, "%s %s", priority.name, message);
+}
+
+void Logger::setName(const char* tag) {
+    for (size_t i = 0; i + 1 < std::size(mName); ++i) {
+        mName[i].store(tag[i], std::memory_order_relaxed);
+        if (tag[i] == '\0') return;
+    }
 }
 
 int Logger::updateDefaultLevel(int level) {

@@ -5,8 +5,6 @@
 #include <cstdint>
 #include <string>
 
-#include "base/Mutex.h"
-
 enum LogLevel : unsigned char {
     LEVEL_TRACE = 1,
     LEVEL_DEBUG = 2,
@@ -68,11 +66,13 @@ class Logger {
 
     void vprint(unsigned char level, const char* tag, const char* module, const char* fmt,
                 va_list args) __attribute__((format(printf, 5, 0)));
+    void setName(const char* tag);
 
-    std::string mName GUARDED_BY(mNameLock);
+    // The tag of the line printed last, cut to fit. Only a debugger reads it and may find a mixture
+    // of two: bytes that each thread stores as it likes cost a line neither a lock nor memory.
+    std::atomic<char> mName[24] = {};
     std::atomic<uint8_t> mLevel;
     std::atomic<int32_t> mDefaultLevel;
-    Mutex mNameLock;
 };
 
 #define KS_LOG(level, tag, module, ...)                                     \

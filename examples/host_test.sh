@@ -49,7 +49,7 @@ step "building with pkg-config" "$CXX" ${TARGET:+--target=$TARGET} ${SYSROOT:+--
     -std=c++17 $CXXFLAGS "$dir/source/host.cpp" -o "$dir/by-hand" $(pkg-config --cflags --libs ksbrain) \
     "-Wl,-rpath,$(pkg-config --variable=libdir ksbrain)"
 
-with_data="$dir/source/private-data.sh"
+with_data="$(dirname "$0")/../platform/workstation/private-data.sh"
 "$with_data" "$dir/data" true || {
     echo "no private /data here, the example was built but not run"
     exit 77

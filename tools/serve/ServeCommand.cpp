@@ -11,6 +11,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "tools/common/CommonOptions.h"
 #include "tools/common/DataDirectory.h"
@@ -19,7 +20,7 @@
 #include "tools/common/Interrupt.h"
 #include "tools/common/Output.h"
 #include "tools/serve/EngineLibrary.h"
-#include "tools/serve/PrivateRoot.h"
+#include "tools/serve/PrivateData.h"
 #include "tools/serve/ServeConversation.h"
 #include "tools/trace/LineReader.h"
 
@@ -35,15 +36,18 @@ struct Options {
     int logLevel = 0;  // 0 for no log
 };
 
-void prepareRoot(const std::optional<std::string>& root) {
-    if (root) {
-        prepareDataDirectory(*root);
-        const std::string error = enterPrivateRoot(*root);
-        if (!error.empty()) throw std::runtime_error(*root + ": no /data of its own: " + error);
-    } else if (!canHoldData(DATA_DIRECTORY)) {
-        fprintf(stderr, "%s cannot be written: predictions will be empty (--root DIR helps)\n",
-                DATA_DIRECTORY);
-    }
+// Becomes a shell that gives itself a /data/system of its own, and that becomes this program again.
+[[noreturn]] void startAgain(const std::string& root, const std::string& library, int logLevel) {
+    prepareDataDirectory(root);
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe");
+    std::vector<std::string> command = {"sh", "-c",    PRIVATE_DATA, "ksbrain", root,
+                                        self, "serve", "--library",  library};
+    if (logLevel != 0) command.insert(command.end(), {"--log", std::to_string(logLevel)});
+    std::vector<char*> words;
+    for (std::string& word : command) words.push_back(word.data());
+    words.push_back(nullptr);
+    execvp(words[0], words.data());
+    throw std::runtime_error(std::string("sh: ") + strerror(errno));
 }
 
 void setUpLog(const EngineLibrary& engine, int level) {
@@ -100,9 +104,12 @@ int serve(const Options& options) {
     const std::string path = options.library.empty()
                                  ? defaultEnginePath()
                                  : std::filesystem::absolute(options.library).string();
-    // Loaded first: the library may lie where the private root covers it. It has no thread yet.
     const EngineLibrary engine = loadEngine(path);
-    prepareRoot(options.root);
+    if (options.root) startAgain(*options.root, path, options.logLevel);
+    if (!canHoldData(DATA_DIRECTORY)) {
+        fprintf(stderr, "%s cannot be written: predictions will be empty (--root DIR helps)\n",
+                DATA_DIRECTORY);
+    }
     setUpLog(engine, options.logLevel);
     catchInterrupts();
     const RunningEngine running(engine);

@@ -7,7 +7,6 @@
 
 #include "platform/testing/TempDir.h"
 #include "tools/common/JsonLine.h"
-#include "tools/serve/PrivateRoot.h"
 #include "tools/serve/ServeConversation.h"
 #include "tools/test/ProgramRun.h"
 
@@ -106,16 +105,18 @@ TEST_F(ServeConversationTest, RefusesWhatItCannotUseAndGoesOn) {
     EXPECT_FALSE(conversation.ended());
 }
 
-// The program with the library it was built with, in a root of its own.
+// The program with the library it was built with, and with a /data/system of its own.
 class ServedEngine : public ::testing::Test {
   protected:
     void SetUp() override {
-        const std::string refusal = privateRootRefusal();
-        if (!refusal.empty()) GTEST_SKIP() << refusal;
+        const std::string trial = PRIVATE_DATA_SCRIPT " " + mRoot.path() + " true";
+        if (system(trial.c_str()) != 0) GTEST_SKIP() << "no private mounts on this machine";
     }
 
-    ProgramRun serve(const std::string& input) {
-        return runKsbrain({"serve", "--root", mRoot.path()}, input);
+    ProgramRun serve(const std::string& input, const std::vector<std::string>& options = {}) {
+        std::vector<std::string> arguments = {"serve"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return runKsbrain(arguments, input, nullptr, {PRIVATE_DATA_SCRIPT, mRoot.path()});
     }
 
     const TempDir mRoot;
@@ -166,16 +167,28 @@ TEST_F(ServedEngine, LeavesTheMapThatReplayLeaves) {
 TEST_F(ServedEngine, ShowsTheLogOnlyWhenItIsAsked) {
     const std::string input = "{\"event\":12}\n";
     EXPECT_EQ(serve(input).err, "");
-    const ProgramRun run = runKsbrain({"serve", "--root", mRoot.path(), "--log", "trace"}, input);
+    const ProgramRun run = serve(input, {"--log", "trace"});
     EXPECT_THAT(run.err, HasSubstr("-->InTo : "));
     EXPECT_THAT(run.err, HasSubstr("brain_main_init response Handler"));
     EXPECT_THAT(run.err, HasSubstr("ksbrain: memory update received"));
 }
 
-TEST(Serve, EndsInGoodOrderWithoutALibrary) {
+TEST_F(ServedEngine, MakesItselfADataDirectory) {
+    const ProgramRun run = runKsbrain({"serve", "--root", mRoot.file("phone"), "--log", "debug"},
+                                      "{\"open\":\"com.a\"}\n{\"open\":\"com.b\"}\n");
+    // The shell is none for an emulated program to start from.
+    if (run.err.find("Exec format error") != std::string::npos) GTEST_SKIP() << run.err;
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "{\"ok\":true}\n{\"ok\":true}\n");
+    EXPECT_THAT(run.err, HasSubstr("BayesAdapter init ok"));
+    EXPECT_EQ(mRoot.read("phone/" + mData + "AppPreloadMap"), "appmap 2\ncom.a 0\ncom.b 1\n");
+}
+
+TEST(Serve, EndsInGoodOrderWithoutALibraryOrADirectory) {
     const ProgramRun run = runKsbrain({"serve", "--library", "/nowhere/libksbrain.so"});
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.err, HasSubstr("/nowhere/libksbrain.so"));
+    EXPECT_EQ(runKsbrain({"serve", "--root", "/nowhere/phone"}).status, 2);
 }
 
 }  // namespace

@@ -14,6 +14,8 @@ struct ProgramRun {
 };
 
 // Runs build/ksbrain with these arguments and this input to its end. `TZ` is UTC for it.
-// `meanwhile` is called with its process id while it runs.
+// `meanwhile` is called with its process id while it runs. `launcher` is a command that becomes the
+// program, whose name and arguments follow its own.
 ProgramRun runKsbrain(const std::vector<std::string>& arguments, const std::string& input = "",
-                      const std::function<void(pid_t)>& meanwhile = nullptr);
+                      const std::function<void(pid_t)>& meanwhile = nullptr,
+                      const std::vector<std::string>& launcher = {});

@@ -25,7 +25,7 @@ function fail(message) {
 
 function run(...words) {
     const ended = spawnSync(program, [...launched, ...words], { encoding: 'utf8', maxBuffer: 1 << 26 });
-    if (ended.status > 1 || ended.status === null) fail(`${words[0]}: ${ended.stderr || ended.error || ended.signal}`);
+    if (ended.status > 1 || ended.status === null) fail(`${words[0]}: ${ended.stderr || ended.error || `status ${ended.status}`}`);
     return ended.stdout;
 }
 

@@ -7,8 +7,8 @@
 
 namespace {
 
-// Prints the median of every benchmark and its ratio to the first one of the test case, which is the
-// reference. Ratios of medians from one run hold where absolute times do not.
+// Prints the median of every benchmark and its ratio to the first one of the test case, which is
+// the reference. Ratios of medians from one run hold where absolute times do not.
 class MedianTable : public Catch::StreamingReporterBase<MedianTable> {
   public:
     using StreamingReporterBase::StreamingReporterBase;

@@ -10,9 +10,9 @@
 #include <future>
 #include <thread>
 
-#include "platform/workstation/SettableEnvironment.h"
 #include "platform/testing/LogCapture.h"
 #include "platform/testing/TempDir.h"
+#include "platform/workstation/SettableEnvironment.h"
 
 namespace {
 

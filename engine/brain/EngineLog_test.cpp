@@ -7,9 +7,9 @@
 
 #include "base/SimpleThread.h"
 #include "brain/BrainMainApi.h"
-#include "platform/workstation/SettableEnvironment.h"
 #include "platform/testing/LogCapture.h"
 #include "platform/testing/TempDir.h"
+#include "platform/workstation/SettableEnvironment.h"
 
 // Pins every line the engine logs at the lowest threshold through start, openings, a learned batch,
 // a prediction and the stop, thread by thread, numbers and addresses masked. Set

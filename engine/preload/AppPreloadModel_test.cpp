@@ -8,9 +8,9 @@
 #include <thread>
 
 #include "looper/Looper.h"
-#include "platform/workstation/SettableEnvironment.h"
 #include "platform/testing/LogCapture.h"
 #include "platform/testing/TempDir.h"
+#include "platform/workstation/SettableEnvironment.h"
 #include "zml/test/ScriptedZml.h"
 
 namespace {

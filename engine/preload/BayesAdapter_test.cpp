@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "platform/workstation/SettableEnvironment.h"
 #include "platform/testing/LogCapture.h"
 #include "platform/testing/TempDir.h"
+#include "platform/workstation/SettableEnvironment.h"
 
 namespace {
 

@@ -165,6 +165,7 @@ std::vector<AppUsage> ZmlAdapter::calculateAppUsage(std::vector<std::string>& ap
     std::map<std::string, int32_t> counts;
     for (const std::string& app : apps) ++counts[app];
     std::vector<AppUsage> table;
+    table.reserve(counts.size());
     for (const auto& [package, count] : counts) table.push_back({package, count, 0});
     std::stable_sort(table.begin(), table.end(),
                      [](const AppUsage& a, const AppUsage& b) { return a.count > b.count; });

@@ -48,8 +48,8 @@ void SequenceGradient::backward(const Item& item, Rows& rows) {
     for (size_t i = 0; i < Network::HIDDEN; ++i) {
         rows.hiddenError[i] = rows.hidden[i] > 0.0f ? rows.hiddenError[i] * item.mask[i] : 0.0f;
     }
-    const auto older = static_cast<size_t>(item.example->older * Network::HIDDEN);
-    const auto newer = static_cast<size_t>(item.example->newer * Network::HIDDEN);
+    const auto older = static_cast<size_t>(item.example->older) * Network::HIDDEN;
+    const auto newer = static_cast<size_t>(item.example->newer) * Network::HIDDEN;
     addTo(&mGradient[Network::OLDER + older], rows.hiddenError.data(), Network::HIDDEN);
     addTo(&mGradient[Network::NEWER + newer], rows.hiddenError.data(), Network::HIDDEN);
     addTo(&mGradient[Network::OUTPUT_BIAS], rows.outputError.data(), LANES);

@@ -11,7 +11,6 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "tools/common/CommonOptions.h"
 #include "tools/common/DataDirectory.h"
@@ -40,13 +39,9 @@ struct Options {
 [[noreturn]] void startAgain(const std::string& root, const std::string& library, int logLevel) {
     prepareDataDirectory(root);
     const std::string self = std::filesystem::read_symlink("/proc/self/exe");
-    std::vector<std::string> command = {"sh", "-c",    PRIVATE_DATA, "ksbrain", root,
-                                        self, "serve", "--library",  library};
-    if (logLevel != 0) command.insert(command.end(), {"--log", std::to_string(logLevel)});
-    std::vector<char*> words;
-    for (std::string& word : command) words.push_back(word.data());
-    words.push_back(nullptr);
-    execvp(words[0], words.data());
+    const char* const logOption = logLevel == 0 ? nullptr : "--log";  // a null ends the command
+    execlp("sh", "sh", "-c", PRIVATE_DATA, "ksbrain", root.c_str(), self.c_str(), "serve",
+           "--library", library.c_str(), logOption, std::to_string(logLevel).c_str(), nullptr);
     throw std::runtime_error(std::string("sh: ") + strerror(errno));
 }
 

@@ -5,9 +5,12 @@
 #include <string>
 #include <string_view>
 
-// Whether the text begins so.
+// Whether the text begins or ends so.
 inline bool startsWith(std::string_view text, std::string_view begin) {
     return text.substr(0, begin.size()) == begin;
+}
+inline bool endsWith(std::string_view text, std::string_view end) {
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
 // How values are shown to a person.

@@ -21,7 +21,6 @@
 #include "tools/serve/EngineLibrary.h"
 #include "tools/serve/PrivateData.h"
 #include "tools/serve/ServeConversation.h"
-#include "tools/trace/LineReader.h"
 
 namespace {
 

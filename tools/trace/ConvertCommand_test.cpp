@@ -54,12 +54,14 @@ TEST_F(ConvertProgram, TakesOneOfSeveralUsersOrAllIntoADirectory) {
 
 TEST_F(ConvertProgram, LeavesNothingHalfWritten) {
     mFiles.write("bad.txt", DUMP + "    time=\"noon\" type=1 package=com.a class=A\n");
+    mFiles.write("late.csv", "time,package\n18446744073710,com.a\n");
     mFiles.write("old.csv", "old");
     const struct {
         std::vector<std::string> arguments;
         std::string message;
     } cases[] = {
         {{path("bad.txt"), "-o", path("old.csv")}, ":4: \"noon\" is no time"},
+        {{path("late.csv"), "-o", path("old.csv")}, ":2: \"18446744073710\" lies outside"},
         {{path("none.txt"), "-o", path("old.csv")}, ":1: cannot be opened"},
         {{path("bad.txt"), "--skip-bad", "-o", "/dev/full"}, "/dev/full: cannot be written"},
         {{path("bad.txt"), "--skip-bad", "-o", path("none/x.csv")}, "x.csv: cannot be written"},
@@ -75,7 +77,7 @@ TEST_F(ConvertProgram, LeavesNothingHalfWritten) {
         EXPECT_EQ(run.out, "");
         EXPECT_THAT(run.err, HasSubstr(message));
         EXPECT_THAT(entriesOf(mFiles.path()),
-                    ::testing::UnorderedElementsAre("bad.txt", "old.csv"));
+                    ::testing::UnorderedElementsAre("bad.txt", "late.csv", "old.csv"));
         EXPECT_EQ(mFiles.read("old.csv"), "old");
     }
 }

@@ -54,10 +54,6 @@ constexpr const char* NAMES[] = {
     "com.sec.android.app.SecSetupWizard",
 };
 
-bool endsWith(std::string_view name, std::string_view ending) {
-    return name.size() >= ending.size() && name.substr(name.size() - ending.size()) == ending;
-}
-
 }  // namespace
 
 DropList::DropList(const TraceOptions& options, Defaults defaults)

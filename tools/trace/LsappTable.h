@@ -8,11 +8,7 @@
 // The first line of the table.
 constexpr const char* LSAPP_HEADER = "user_id\tsession_id\ttimestamp\tapp_name\tevent_type";
 
-// Reads the LSApp table: adds a trace for each user, or for the one the options ask for, in order
-// of appearance. Throws InputError or LineError.
+// Reads the LSApp table: adds a trace for each user, or for the one the options ask for. Throws
+// InputError or LineError.
 void readLsapp(TraceLines& lines, const std::string& path, const TraceOptions& options,
                TraceFile& file);
-
-// The display name as the engine takes names: each character that is no letter A-Z or a-z, digit,
-// dot or underscore becomes an underscore.
-std::string packageLikeName(const std::string& displayName);

@@ -15,7 +15,11 @@ class Trace {
     static Trace read(const std::string& path);
 
     // REQUIRES: the time is not before the last.
-    void add(TraceTime time, const std::string& name);
+    void add(TraceTime time, const std::string& name) {
+        const auto [known, isNew] = mPlaces.emplace(name, mNames.size());
+        if (isNew) mNames.push_back(name);
+        mOpenings.push_back({time, known->second});
+    }
 
     // The number of openings, at least one once it has been read.
     size_t size() const { return mOpenings.size(); }

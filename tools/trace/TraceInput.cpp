@@ -2,19 +2,60 @@
 
 #include <fcntl.h>
 #include <unistd.h>
+#include <zlib.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 
 #include "tools/common/InputError.h"
+#include "tools/common/Text.h"
 
 namespace {
 
 constexpr size_t BLOCK_SIZE = 64 * 1024;
+constexpr size_t MAX_SIZE = 1024 * 1024 * 1024;
 
-[[noreturn]] void refuse(const char* what) {
-    throw InputError(std::string(what) + strerror(errno));
+using InputFile = std::unique_ptr<gzFile_s, decltype(&gzclose)>;
+
+InputFile openFile(const std::string& path) {
+    const int descriptor =
+        path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) throw InputError(std::string("cannot be opened: ") + strerror(errno));
+    InputFile file(gzdopen(descriptor, "rb"), gzclose);
+    if (file == nullptr) {
+        close(descriptor);
+        throw InputError("cannot be opened: out of memory");
+    }
+    gzbuffer(file.get(), BLOCK_SIZE);
+    return file;
+}
+
+// Puts up to so many bytes there and returns how many, 0 at the end.
+size_t readBlock(const InputFile& file, char* to, size_t size) {
+    errno = 0;
+    const int count = gzread(file.get(), to, static_cast<unsigned>(size));
+    int error = Z_OK;
+    const char* const reason = gzerror(file.get(), &error);
+    if (error == Z_ERRNO) throw InputError(std::string("cannot be read: ") + strerror(errno));
+    if (error == Z_BUF_ERROR) throw InputError("the compressed file is cut short");
+    if (error != Z_OK && error != Z_STREAM_END) {
+        throw InputError(std::string("cannot be unpacked: ") + reason);
+    }
+    return static_cast<size_t>(count);
+}
+
+std::string readBytes(const std::string& path) {
+    const InputFile file = openFile(path);
+    std::string bytes;
+    for (;;) {
+        const size_t size = bytes.size();
+        if (size > MAX_SIZE) throw InputError("the file is larger than 1 GiB");
+        bytes.resize(size + BLOCK_SIZE);
+        const size_t count = readBlock(file, &bytes[size], BLOCK_SIZE);
+        bytes.resize(size + count);
+        if (count == 0) return bytes;
+    }
 }
 
 void appendUtf8(std::string& to, uint32_t c) {
@@ -36,98 +77,36 @@ void appendUtf8(std::string& to, uint32_t c) {
     }
 }
 
-// Takes the whole characters off the front of UTF-16 text.
-std::string takeUtf16(std::string& text, bool bigEndian) {
-    const auto unit = [&](size_t at) {
-        const auto byte = [&](size_t i) -> uint32_t {
-            return static_cast<unsigned char>(text[at + i]);
-        };
-        return bigEndian ? byte(0) << 8 | byte(1) : byte(1) << 8 | byte(0);
+// Half of a pair that stands alone becomes U+FFFD.
+std::string fromUtf16(std::string_view text, bool bigEndian) {
+    const auto unit = [&](size_t at) -> uint32_t {
+        if (at + 1 >= text.size()) return 0;
+        const uint32_t first = static_cast<unsigned char>(text[at]);
+        const uint32_t second = static_cast<unsigned char>(text[at + 1]);
+        return bigEndian ? first << 8 | second : second << 8 | first;
     };
     std::string result;
-    size_t at = 0;
-    while (at + 2 <= text.size()) {
-        const uint32_t first = unit(at);
-        if (first < 0xd800 || first >= 0xe000) {
-            appendUtf8(result, first);
-            at += 2;
-            continue;
+    for (size_t at = 0; at + 1 < text.size(); at += 2) {
+        uint32_t c = unit(at);
+        if (c >= 0xd800 && c < 0xe000) {
+            const uint32_t low = unit(at + 2);
+            const bool pair = c < 0xdc00 && low >= 0xdc00 && low < 0xe000;
+            c = pair ? 0x10000 + ((c & 0x3ff) << 10 | (low & 0x3ff)) : 0xfffd;
+            if (pair) at += 2;
         }
-        if (at + 4 > text.size()) break;
-        const uint32_t second = unit(at + 2);
-        const bool pair = first < 0xdc00 && second >= 0xdc00 && second < 0xe000;
-        appendUtf8(result, pair ? 0x10000 + ((first & 0x3ff) << 10 | (second & 0x3ff)) : 0xfffd);
-        at += pair ? 4 : 2;
+        appendUtf8(result, c);
     }
-    text.erase(0, at);
     return result;
 }
 
 }  // namespace
 
-TraceInput::TraceInput(const std::string& path) {
-    const int descriptor =
-        path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) refuse("cannot be opened: ");
-    mFile = gzdopen(descriptor, "rb");
-    if (mFile == nullptr) {
-        close(descriptor);
-        throw InputError("cannot be opened: out of memory");
+std::string readTraceText(const std::string& path) {
+    std::string bytes = readBytes(path);
+    const bool bigEndian = startsWith(bytes, "\xFE\xFF");
+    if (bigEndian || startsWith(bytes, "\xFF\xFE")) {
+        return fromUtf16(std::string_view(bytes).substr(2), bigEndian);
     }
-    gzbuffer(mFile, BLOCK_SIZE);
-}
-
-TraceInput::~TraceInput() {
-    gzclose(mFile);
-}
-
-std::string_view TraceInput::peek(size_t size) {
-    while (mAhead.size() - mPosition < size && more()) {
-    }
-    return std::string_view(mAhead).substr(mPosition, size);
-}
-
-size_t TraceInput::read(char* to, size_t size) {
-    if (mPosition == mAhead.size()) {
-        mAhead.clear();
-        mPosition = 0;
-        if (!more()) return 0;
-    }
-    const size_t count = mAhead.copy(to, size, mPosition);
-    mPosition += count;
-    return count;
-}
-
-// Appends the next block to mAhead; false at the end.
-bool TraceInput::more() {
-    std::string block(BLOCK_SIZE, '\0');
-    block.resize(unpack(block.data(), block.size()));
-    if (!mBegun) {
-        mBegun = true;
-        mBigEndian = block.compare(0, 2, "\xFE\xFF") == 0;
-        mWide = mBigEndian || block.compare(0, 2, "\xFF\xFE") == 0;
-        if (mWide) block.erase(0, 2);
-    }
-    if (block.empty()) return false;
-    if (mWide) {
-        mHalf += block;
-        block = takeUtf16(mHalf, mBigEndian);
-    }
-    mAhead += block;
-    return true;
-}
-
-size_t TraceInput::unpack(char* to, size_t size) {
-    errno = 0;
-    const int count = gzread(mFile, to, static_cast<unsigned>(size));
-    int error = Z_OK;
-    const char* const reason = gzerror(mFile, &error);
-    if (error == Z_ERRNO) refuse("cannot be read: ");
-    // What a cut file still gives is handed out before it is refused.
-    if (count > 0) return static_cast<size_t>(count);
-    if (error == Z_BUF_ERROR) throw InputError("the compressed file is cut short");
-    if (error != Z_OK && error != Z_STREAM_END) {
-        throw InputError(std::string("cannot be unpacked: ") + reason);
-    }
-    return 0;
+    if (startsWith(bytes, "\xEF\xBB\xBF")) bytes.erase(0, 3);
+    return bytes;
 }

@@ -8,22 +8,39 @@ constexpr size_t MAX_LINE = 64 * 1024;
 
 }  // namespace
 
-TraceLines::TraceLines(const std::string& path)
-    : mInput(path),
-      mLines([this](char* to, size_t size) { return static_cast<ssize_t>(mInput.read(to, size)); },
-             MAX_LINE) {}
+TraceLines::TraceLines(std::string text)
+    : mText(std::move(text)), mEnd(mText.find_last_not_of(" \t\r\n") + 1) {}
 
-bool TraceLines::next(std::string& line) {
-    const LineReader::Status status = mLines.next(line);
-    if (status == LineReader::Status::END) return false;
+bool TraceLines::next(std::string_view& line) {
+    if (mPosition == mText.size()) return false;
+    const size_t end = mText.find('\n', mPosition);
+    mOpen = end == std::string::npos;
+    line = std::string_view(mText).substr(mPosition, mOpen ? end : end - mPosition);
+    mPosition = mOpen ? mText.size() : end + 1;
     ++mNumber;
-    if (status == LineReader::Status::TOO_LONG) {
+    if (line.size() > MAX_LINE) {
         throw LineError(mNumber, "the line is longer than " + grouped(MAX_LINE) + " bytes");
     }
-    if (mNumber == 1 && line.rfind("\xEF\xBB\xBF", 0) == 0) line.erase(0, 3);
-    while (!line.empty() && line.back() == '\r') line.pop_back();
-    if (line.find('\0') != std::string::npos) {
+    while (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    if (line.find('\0') != std::string_view::npos) {
         throw LineError(mNumber, "the line holds a NUL byte");
     }
     return true;
+}
+
+void TraceLines::forEach(bool skipBad, size_t& skipped,
+                         const std::function<void(std::string_view)>& take) {
+    std::string_view line;
+    for (;;) {
+        try {
+            if (!next(line)) return;
+            take(line);
+        } catch (const LineError&) {
+            if (!skipBad) throw;
+            ++skipped;
+        } catch (const InputError& error) {
+            if (!skipBad) throw LineError(mNumber, error.what());
+            ++skipped;
+        }
+    }
 }

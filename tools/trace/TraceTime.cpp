@@ -1,5 +1,6 @@
 #include "tools/trace/TraceTime.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 
@@ -9,139 +10,107 @@
 
 namespace {
 
-constexpr TraceTime LATEST = std::chrono::seconds(4102444800);  // 2100-01-01T00:00:00Z, excluded
+constexpr size_t MAX_DIGITS = 18;  // of seconds, so that they fit 64 bits
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-// Reads a text from left to right; what does not fit is left where it stands.
-class Scanner {
-  public:
-    explicit Scanner(std::string_view text) : mRest(text) {}
+// Takes what has the shape off the front, or nothing. In the shape 0 is any digit, + either sign
+// and T itself or a blank.
+std::string_view take(std::string_view& text, std::string_view shape) {
+    const auto fits = [](char wanted, char c) {
+        if (wanted == '0') return isDigit(c);
+        return c == wanted || (wanted == '+' && c == '-') || (wanted == 'T' && c == ' ');
+    };
+    const std::string_view front = text.substr(0, shape.size());
+    if (!std::equal(shape.begin(), shape.end(), front.begin(), front.end(), fits)) return {};
+    text.remove_prefix(shape.size());
+    return front;
+}
 
-    bool atEnd() const { return mRest.empty(); }
+std::string_view takeDigits(std::string_view& text) {
+    const auto end = std::find_if_not(text.begin(), text.end(), isDigit);
+    const std::string_view digits = text.substr(0, static_cast<size_t>(end - text.begin()));
+    text.remove_prefix(digits.size());
+    return digits;
+}
 
-    bool skip(char c) {
-        if (mRest.empty() || mRest[0] != c) return false;
-        mRest.remove_prefix(1);
-        return true;
-    }
-
-    // Exactly `digits` digits.
-    std::optional<int> number(size_t digits) {
-        if (mRest.size() < digits) return std::nullopt;
-        int value = 0;
-        for (const char c : mRest.substr(0, digits)) {
-            if (!isDigit(c)) return std::nullopt;
-            value = value * 10 + (c - '0');
-        }
-        mRest.remove_prefix(digits);
-        return value;
-    }
-
-    // Digits, as many as follow but at least one and at most `most`.
-    std::string_view digits(size_t most) {
-        size_t length = 0;
-        while (length < mRest.size() && length <= most && isDigit(mRest[length])) ++length;
-        if (length > most) return {};
-        const std::string_view result = mRest.substr(0, length);
-        mRest.remove_prefix(length);
-        return result;
-    }
-
-    // The digits behind a decimal point, if there is one: 0 without, nothing when none follow it.
-    std::optional<TraceTime> fraction() {
-        if (!skip('.')) return TraceTime(0);
-        const std::string_view found = digits(mRest.size());
-        if (found.empty()) return std::nullopt;
-        std::string micros(found.substr(0, 6));
-        micros.resize(6, '0');
-        return TraceTime(std::stol(micros));
-    }
-
-  private:
-    std::string_view mRest;
-};
+int number(std::string_view text, size_t at, size_t digits) {
+    return std::stoi(std::string(text.substr(at, digits)));
+}
 
 [[noreturn]] void refuse(std::string_view text) {
     throw InputError(inQuotes(text) +
                      " is no time: expected seconds since the epoch or 2024-03-01T08:05:09");
 }
 
-TraceTime inRange(std::string_view text, TraceTime time) {
-    if (time < TraceTime(0) || time >= LATEST) {
+// The seconds and the fraction that follows them in the text, which must end there.
+TraceTime exactTime(std::string_view text, std::string_view rest, time_t seconds) {
+    std::string micros;
+    if (startsWith(rest, ".")) {
+        rest.remove_prefix(1);
+        micros = takeDigits(rest);
+        if (micros.empty()) refuse(text);
+    }
+    if (!rest.empty()) refuse(text);
+    micros.resize(6, '0');
+    // As microseconds what lies outside might not fit.
+    if (seconds < 0 || seconds >= wholeSeconds(TRACE_TIME_END)) {
         throw InputError(inQuotes(text) + " lies outside the years 1970 to 2099");
     }
-    return time;
+    return std::chrono::seconds(seconds) + std::chrono::microseconds(std::stol(micros));
 }
 
-std::optional<TraceTime> parseSeconds(std::string_view text) {
-    Scanner scanner(text);
-    const std::string_view whole = scanner.digits(18);
-    if (whole.empty()) return std::nullopt;
-    const std::optional<TraceTime> fraction = scanner.fraction();
-    if (!fraction || !scanner.atEnd()) return std::nullopt;
-    const std::chrono::seconds seconds(std::stol(std::string(whole)));
-    // Beyond the range anyway; as microseconds it might not fit.
-    if (seconds >= LATEST) return LATEST;
-    return seconds + *fraction;
+TraceTime parseSeconds(std::string_view text) {
+    std::string_view rest = text;
+    const std::string_view digits = takeDigits(rest);
+    if (digits.empty() || digits.size() > MAX_DIGITS) refuse(text);
+    return exactTime(text, rest, std::stol(std::string(digits)));
 }
 
-// Seconds ahead of UTC, or nothing when no zone follows.
-std::optional<int> parseZone(Scanner& scanner, std::string_view text) {
-    if (scanner.atEnd()) return std::nullopt;
-    if (scanner.skip('Z')) return 0;
-    const bool ahead = scanner.skip('+');
-    if (!ahead && !scanner.skip('-')) refuse(text);
-    const std::optional<int> hours = scanner.number(2);
-    std::optional<int> minutes = 0;
-    if (!scanner.atEnd()) {
-        scanner.skip(':');
-        minutes = scanner.number(2);
+// Takes a zone off the end: seconds ahead of UTC, or nothing when the text ends without.
+std::optional<int> takeZone(std::string_view& text) {
+    if (!text.empty() && text.back() == 'Z') {
+        text.remove_suffix(1);
+        return 0;
     }
-    if (!hours || !minutes || *hours > 23 || *minutes > 59) refuse(text);
-    const int offset = (*hours * 60 + *minutes) * 60;
-    return ahead ? offset : -offset;
-}
-
-ClockReading parseReading(Scanner& scanner, std::string_view text) {
-    const std::optional<int> year = scanner.number(4);
-    const bool date = year && scanner.skip('-');
-    const std::optional<int> month = date ? scanner.number(2) : std::nullopt;
-    const bool days = month && scanner.skip('-');
-    const std::optional<int> day = days ? scanner.number(2) : std::nullopt;
-    const bool clock = day && (scanner.skip('T') || scanner.skip(' '));
-    const std::optional<int> hour = clock ? scanner.number(2) : std::nullopt;
-    const bool minutes = hour && scanner.skip(':');
-    const std::optional<int> minute = minutes ? scanner.number(2) : std::nullopt;
-    if (!minute) refuse(text);
-    std::optional<int> second = 0;
-    if (scanner.skip(':')) second = scanner.number(2);
-    if (!second) refuse(text);
-    return {*year, *month, *day, *hour, *minute, *second};
+    const size_t sign = text.find_first_of("+-");
+    if (sign == std::string_view::npos) return std::nullopt;
+    std::string_view rest = text.substr(sign);
+    for (const std::string_view shape : {"+00:00", "+0000", "+00"}) {
+        const std::string_view zone = take(rest, shape);
+        if (zone.empty()) continue;
+        const int hours = number(zone, 1, 2);
+        const int minutes = zone.size() > 3 ? number(zone, zone.size() - 2, 2) : 0;
+        if (!rest.empty() || hours > 23 || minutes > 59) return std::nullopt;
+        text = text.substr(0, sign);
+        return (zone[0] == '+' ? 1 : -1) * (hours * 60 + minutes) * 60;
+    }
+    return std::nullopt;
 }
 
 }  // namespace
 
 TraceTime parseTraceTime(std::string_view text, TraceTime notBefore) {
-    if (const std::optional<TraceTime> seconds = parseSeconds(text)) return inRange(text, *seconds);
-
-    Scanner scanner(text);
-    const ClockReading reading = parseReading(scanner, text);
-    const std::optional<TraceTime> fraction = scanner.fraction();
-    if (!fraction) refuse(text);
-    const std::optional<int> zone = parseZone(scanner, text);
-    if (!scanner.atEnd()) refuse(text);
-    if (!exists(reading)) throw InputError("there is no " + inQuotes(text));
-
-    const auto exact = [&](time_t moment) {
-        return inRange(text, std::chrono::seconds(moment) + *fraction);
-    };
+    std::string_view rest = text;
+    const std::string_view minutes = take(rest, "0000-00-00T00:00");
+    if (minutes.empty()) return parseSeconds(text);
+    const std::string_view seconds = take(rest, ":00");
+    const ClockReading reading{number(minutes, 0, 4),  number(minutes, 5, 2),
+                               number(minutes, 8, 2),  number(minutes, 11, 2),
+                               number(minutes, 14, 2), seconds.empty() ? 0 : number(seconds, 1, 2)};
+    const std::optional<int> zone = takeZone(rest);
+    const auto exact = [&](time_t moment) { return exactTime(text, rest, moment); };
+    if (!exists(reading)) {
+        exact(0);  // what is no time at all is said first
+        throw InputError("there is no " + inQuotes(text));
+    }
     if (zone) return exact(utcMoment(reading) - *zone);
     const std::vector<time_t> moments = localMoments(reading);
     if (moments.empty()) {
-        throw InputError("there is no " + inQuotes(text) + " here: the clocks skip it");
+        throw InputError("there is no " + inQuotes(text) +
+                         " here: the clocks skip it (set TZ to the zone of the recording)");
     }
     const TraceTime first = exact(moments.front());
     return first < notBefore ? exact(moments.back()) : first;

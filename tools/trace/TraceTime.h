@@ -13,6 +13,8 @@ inline time_t wholeSeconds(TraceTime time) {
     return std::chrono::floor<std::chrono::seconds>(time).count();
 }
 
+constexpr TraceTime TRACE_TIME_END = std::chrono::seconds(4102444800);  // 2100-01-01T00:00:00Z
+
 // Reads a time as traces hold it, from 1970 to 2099: seconds since the epoch, whole or decimal, or
 // ISO 8601 as 2024-03-01T08:05:09 (a blank may stand for the T, seconds and their fraction may be
 // left out), followed by Z, +02:00, +0200, +02 or nothing, which means local time. Digits below the

@@ -73,7 +73,9 @@ TEST(TraceTime, SaysWhatIsWrong) {
         {"2024-13-01T08:05:09Z", "there is no"},
         {"2024-03-01T24:00:00", "there is no"},
         {"2024-03-31T02:30:00", "the clocks skip it"},
-        {"1709280309000", "outside the years"},  // milliseconds
+        {"1709280309000", "outside the years"},   // milliseconds
+        {"18446744073710", "outside the years"},  // as microseconds more than 64 bits hold
+        {"999999999999999999", "outside the years"},
         {"999999999999999999999", "is no time"},
         {"1969-12-31T23:59:59Z", "outside the years"},
         {"2024-03-01T08:05:09\n", "\"2024-03-01T08:05:09?\" is no time"},

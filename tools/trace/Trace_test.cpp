@@ -84,6 +84,7 @@ TEST_F(TraceFile, SaysWhatIsWrongAndWhere) {
         {"t.csv", "time,package\n1,\"\"\n", ":2: the row has no name"},
         {"t.csv", "time,package\n1,a\n2\n", ":3: no comma and name follow \"2\""},
         {"t.csv", "time,package\nnoon,a\n", ":2: \"noon\" is no time"},
+        {"t.csv", "time,package\n1,a\n18446744073710,a\n", ":3: \"18446744073710\" lies outside"},
         {"t.csv", "time,package\n9,a\n8,b\n", ":3: the time runs backwards, by 1 s"},
         {"t.csv", "time,package\n1,a\n\n2,b\n", ":3: a blank line stands among the rows"},
         {"t.csv", "time,package\n1,\"a\n2,b\n", ":2: the quote is not closed"},

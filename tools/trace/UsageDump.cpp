@@ -1,87 +1,71 @@
 #include "tools/trace/UsageDump.h"
 
 #include <algorithm>
+#include <map>
 
 #include "tools/common/Text.h"
 #include "tools/trace/DropList.h"
 #include "tools/trace/LocalTime.h"
-#include "tools/trace/UsageCuts.h"
-#include "tools/trace/UsageMerge.h"
+#include "tools/trace/UsageLine.h"
 #include "tools/trace/UsageSections.h"
 
 namespace {
 
-using std::chrono::seconds;
-
-// How well the dates follow each other when they are read in an order.
-struct Fit {
-    size_t turns = 0;  // steps against the way that most steps of their section go
-    TraceTime first = TraceTime::max();
-    TraceTime last = TraceTime::min();
-
-    TraceTime span() const { return last - first; }
-};
-
-Fit fitOf(const UsageSections& dump, DateOrder order) {
-    Fit fit;
-    for (const std::vector<DatedLine>& lines : dump.sections) {
-        size_t forth = 0;
-        size_t back = 0;
-        std::optional<TraceTime> before;
-        for (const DatedLine& line : lines) {
-            const std::optional<TraceTime> clock = line.time.clock(order);
-            if (!clock) continue;
-            forth += before && *before < *clock ? 1 : 0;
-            back += before && *clock < *before ? 1 : 0;
-            before = clock;
-            fit.first = std::min(fit.first, *clock);
-            fit.last = std::max(fit.last, *clock);
-        }
-        fit.turns += std::min(forth, back);
+// A clock that is set back makes a step back now and then.
+void refuseNewestFirst(const UsageOpenings& section) {
+    size_t forth = 0;
+    size_t back = 0;
+    for (size_t i = 1; i < section.size(); ++i) {
+        forth += section[i - 1].clock < section[i].clock ? 1 : 0;
+        back += section[i].clock < section[i - 1].clock ? 1 : 0;
     }
-    return fit;
+    if (back > 1 && back > forth) {
+        throw LineError(section.front().line, "from here on events stand newest first");
+    }
 }
 
-// The order that the options, the dates or, where no date tells, their sequence says.
-DateOrder dateOrderOf(const UsageSections& dump, const TraceOptions& options) {
-    if (options.dateOrder != DateOrder::FROM_FILE) return options.dateOrder;
-    if (const std::optional<DateOrder> order = dump.clues.order()) return *order;
-    const Fit day = fitOf(dump, DateOrder::DAY_FIRST);
-    const Fit month = fitOf(dump, DateOrder::MONTH_FIRST);
-    const auto better = [](const Fit& a, const Fit& b) {
-        return a.turns == 0 && b.turns > 0 && a.span() <= b.span();
-    };
-    if (better(day, month)) return DateOrder::DAY_FIRST;
-    if (better(month, day)) return DateOrder::MONTH_FIRST;
-    dump.clues.refuse();
+// Puts openings into a history, each in front of the first that is later. Both keep their order.
+UsageOpenings putByTime(UsageOpenings history, UsageOpenings more) {
+    UsageOpenings both;
+    both.reserve(history.size() + more.size());
+    auto next = more.begin();
+    for (UsageOpening& opening : history) {
+        while (next != more.end() && next->clock < opening.clock) {
+            both.push_back(std::move(*next++));
+        }
+        both.push_back(std::move(opening));
+    }
+    std::move(next, more.end(), std::back_inserter(both));
+    return both;
 }
 
-std::vector<UsageEvents> datedSections(UsageSections& dump, DateOrder order) {
-    std::vector<UsageEvents> sections;
-    for (std::vector<DatedLine>& lines : dump.sections) {
-        UsageEvents events;
-        events.reserve(lines.size());
-        for (DatedLine& line : lines) {
-            const std::optional<TraceTime> clock = line.time.clock(order);
-            if (clock) {
-                line.event.clock = *clock;
-                line.event.exact = line.time.exact;
-                events.push_back(line.event);
-            } else if (line.event.opening) {
-                dump.refuse(
-                    line.event.line,
-                    "there is no such date, read with the " +
-                        std::string(order == DateOrder::DAY_FIRST ? "day first" : "month first"));
-            }
+// What the sections, which are views of one history, tell together: an opening as often as the
+// section has it that has it most often.
+UsageOpenings mergeSections(std::vector<UsageOpenings> sections) {
+    using Counts = std::map<std::pair<TraceTime, std::string>, size_t>;
+
+    // The longest is likely to have all that the others have, in order.
+    std::stable_sort(
+        sections.begin(), sections.end(),
+        [](const UsageOpenings& a, const UsageOpenings& b) { return a.size() > b.size(); });
+    UsageOpenings history;
+    Counts known;
+    for (UsageOpenings& section : sections) {
+        Counts own;
+        UsageOpenings more;
+        for (UsageOpening& opening : section) {
+            const auto event = std::make_pair(opening.clock, opening.package);
+            if (++own[event] <= known[event]) continue;
+            ++known[event];
+            more.push_back(std::move(opening));
         }
-        std::vector<DatedLine>().swap(lines);
-        sections.push_back(std::move(events));
+        if (!more.empty()) history = putByTime(std::move(history), std::move(more));
     }
-    return sections;
+    return history;
 }
 
 std::string duration(TraceTime time) {
-    const auto total = std::chrono::ceil<seconds>(time).count();
+    const auto total = std::chrono::ceil<std::chrono::seconds>(time).count();
     std::string text;
     const auto add = [&](int64_t count, const char* unit) {
         if (count > 0) text += (text.empty() ? "" : " ") + std::to_string(count) + unit;
@@ -93,47 +77,31 @@ std::string duration(TraceTime time) {
     return text;
 }
 
-// The moment of an event, told from the one before it where the local time occurs twice.
-TraceTime momentOf(const UsageEvent& event, TraceTime before) {
-    if (event.exact) return event.clock;
-    const ClockReading reading = utcReading(wholeSeconds(event.clock));
-    const std::vector<time_t> moments = localMoments(reading);
-    if (moments.empty()) {
-        throw InputError("the clocks skip this local time: set TZ to the phone's time zone");
-    }
-    const TraceTime first = seconds(moments.front());
-    return first < before ? seconds(moments.back()) : first;
-}
-
-// What is opened, in the order of the events.
-Trace openingsOf(UsageSections& dump, const UsageEvents& events, const TraceOptions& options,
-                 TraceFile& file) {
+Trace traceOf(const UsageOpenings& openings, const TraceOptions& options, TraceFile& file) {
     Trace trace;
     DropList drops(options, DropList::Defaults::PHONE);
-    TraceTime before{0};   // the moment of the event before
-    TraceTime opening{0};  // of the opening before, as the trace has it
+    TraceTime shown{0};  // by the clock at the opening before
+    TraceTime last{0};   // its time in the trace
     TraceTime shift{0};
-    for (const UsageEvent& event : events) {
-        try {
-            before = momentOf(event, before);
-        } catch (const InputError& error) {
-            if (event.opening) dump.refuse(event.line, error.what());
-            continue;
-        }
-        if (!event.opening) continue;
-        if (before + shift < opening) {
-            const TraceTime more = opening - before - shift;
-            file.notes.push_back("line " + std::to_string(event.line) +
+    for (const UsageOpening& opening : openings) {
+        shown = parseTraceTime(opening.time, shown);
+        if (shown + shift < last) {
+            const TraceTime more = last - shown - shift;
+            file.notes.push_back("line " + std::to_string(opening.line) +
                                  ": the clock was set back by " + duration(more) +
                                  "; what follows is shifted so that times do not decrease");
             shift += more;
         }
-        opening = before + shift;
-        const std::string& name = dump.packages.text(event.package);
-        if (drops.drops(name)) continue;
+        last = shown + shift;
+        if (last >= TRACE_TIME_END) {
+            throw LineError(opening.line,
+                            "the clock was set back so often or so far before that "
+                            "the times no longer lie before the year 2100");
+        }
         // Activities of one application in a row are one opening.
         const size_t size = trace.size();
-        if (size == 0 || trace.name(size - 1) != name) trace.add(opening, name);
+        const bool again = size > 0 && trace.name(size - 1) == opening.package;
+        if (!drops.drops(opening.package) && !again) trace.add(last, opening.package);
     }
     drops.note(file.notes);
     return trace;
@@ -151,26 +119,25 @@ void noteOtherUsers(const UsageSections& dump, TraceFile& file) {
 
 }  // namespace
 
+bool holdsUsageDump(std::string_view text) {
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        std::string_view line = text.substr(0, end);
+        line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+        if (isUsageDump(line)) return true;
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+    return false;
+}
+
 void readUsageDump(TraceLines& lines, const std::string& path, const TraceOptions& options,
                    TraceFile& file) {
-    UsageSections dump(options, file);
-    dump.read(lines);
-    findCutNames(dump);
-    const DateOrder order = dateOrderOf(dump, options);
-    std::vector<UsageEvents> sections = datedSections(dump, order);
-    int leaning = 0;
-    for (const UsageEvents& section : sections) leaning += leaningOf(section);
-    for (UsageEvents& section : sections) orderOldestFirst(section, leaning);
-    const UsageEvents merged = mergeSections(sections);
-    judgeCutLines(dump, order, sections, merged, file);
-
+    UsageSections dump(lines, options, file);
+    std::for_each(dump.sections.begin(), dump.sections.end(), refuseNewestFirst);
     noteOtherUsers(dump, file);
-    Trace trace = openingsOf(dump, merged, options, file);
+    Trace trace = traceOf(mergeSections(std::move(dump.sections)), options, file);
+    const std::string user = std::to_string(dump.user());
     const bool several = dump.users().size() > 1;
-    if (trace.size() == 0) {
-        throw InputError(several ? "user " + std::to_string(dump.user()) + " has no opening"
-                                 : "the file holds no opening");
-    }
-    file.traces.push_back(
-        {several ? path + "#" + std::to_string(dump.user()) : path, std::move(trace)});
+    if (several && trace.size() == 0) throw InputError("user " + user + " has no opening");
+    file.traces.push_back({several ? path + "#" + user : path, std::move(trace)});
 }

@@ -9,11 +9,14 @@
 
 namespace {
 
+using ::testing::AllOf;
+using ::testing::AnyOf;
 using ::testing::AnyOfArray;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
 using Openings = std::vector<std::string>;
 
@@ -140,13 +143,8 @@ TEST_F(UsageDump, KnowsOpeningsAndTimesOfAllVersions) {
         {"time=\"27/08/2017 21:18\" type=1 package=\"a.b\" class=\"a.C\"",
          "2017-08-27T21:18:00Z a.b"},
         {"time=\"4/27/2019, 22:58\" type=1 package=a.b", "2019-04-27T22:58:00Z a.b"},
-        {"time=\"4/27/19, 10:58\u202fPM\" type=1 package=a.b", "2019-04-27T22:58:00Z a.b"},
-        {"time=\"27/4/2019 12:05 a. m.\" type=1 package=a.b", "2019-04-27T00:05:00Z a.b"},
-        {"time=\"03.09.2017, 21:18\" type=1 package=a.b", "2017-09-03T21:18:00Z a.b"},
-        {"time=\"3.9.2017 klo 21.18\" type=1 package=a.b", "2017-09-03T21:18:00Z a.b"},
-        {"time=\"2017/09/03 21:18\" type=1 package=a.b", "2017-09-03T21:18:00Z a.b"},
-        {"time=\"2017. 9. 3. 오후 9:18\" type=1 package=a.b", "2017-09-03T21:18:00Z a.b"},
-        {"time=\"2017年9月3日 下午9:18\" type=1 package=a.b", "2017-09-03T21:18:00Z a.b"},
+        {"time=\"4/27/2019, 10:58 PM\" type=1 package=a.b", "2019-04-27T22:58:00Z a.b"},
+        {"time=\"27/4/2019 12:05:30 am\" type=1 package=a.b", "2019-04-27T00:05:30Z a.b"},
         {"time=\"05/05/2017 21:18\" type=1 package=a.b", "2017-05-05T21:18:00Z a.b"},
     };
     for (const auto& [line, opening] : cases) {
@@ -154,9 +152,38 @@ TEST_F(UsageDump, KnowsOpeningsAndTimesOfAllVersions) {
     }
 }
 
+TEST_F(UsageDump, AsksForADumpInMillisecondsWhenDatesAreInALanguage) {
+    const char* const times[] = {
+        "4/27/19, 10:58 PM",     "4/27/2019, 10:58\u202fPM", "27/4/2019 12:05 a. m.",
+        "03.09.2017, 21:18",     "3.9.2017 klo 21.18",       "2017/09/03 21:18",
+        "2017. 9. 3. 오후 9:18", "2017年9月3日 下午9:18",    "Sep 3, 2017 9:18 PM",
+        "27/4/2019 13:05 PM",    "27/4/2019 13:05 Uhr",      "1504473480",
+    };
+    const std::string good = moved("13/09/2017 21:18", "a");
+    for (const char* const time : times) {
+        const std::string dump = good + moved(time, "b") + good;
+        mOptions.skipBad = false;
+        EXPECT_THAT(read(dump),
+                    ElementsAre(AllOf(StartsWith(":2: \""),
+                                      HasSubstr("dump again with `dumpsys usagestats -c`"))));
+        mOptions.skipBad = true;
+        EXPECT_THAT(read(dump), ElementsAre("2017-09-13T21:18:00Z a"));
+        EXPECT_EQ(mFile.skipped, 1U);
+    }
+}
+
+TEST_F(UsageDump, RefusesTimesThatAreNone) {
+    for (const char* const line :
+         {"time=18446744073710 type=1 package=b class=B", "time=4102444800000 type=1 package=b",
+          "time=\"1969-12-31 23:59:59\" type=1 package=b class=B"}) {
+        EXPECT_THAT(read(moved("2026-03-01 08:00:00", "a") + line + "\n"),
+                    ElementsAre(AllOf(StartsWith(":2: "), HasSubstr("outside the years 1970"))));
+    }
+}
+
 TEST_F(UsageDump, TellsDayAndMonthFromTheFileAsAWhole) {
     const std::string september = moved("03/09/2017 21:18", "a");
-    const std::string day = "user=0\n  Last 24 hour events (timeRange=\"";
+    const std::string range = "user=0\n  Last 24 hour events (timeRange=\"";
     const std::string dayFirst = "2017-09-03T21:18:00Z a";
     const std::string monthFirst = "2017-03-09T21:18:00Z a";
     const struct {
@@ -166,18 +193,19 @@ TEST_F(UsageDump, TellsDayAndMonthFromTheFileAsAWhole) {
         {september + moved("13/09/2017 08:00", "b"), dayFirst},
         {september + event("09/13/2017 08:00", "NOTIFICATION_SEEN", "b"), monthFirst},
         {"  package=b lastTimeUsed=\"31/08/2017 21:18\"\n" + september, dayFirst},
-        {day + "02/09/2017 22:00 – 03/09/2017 22:00\")\n" + september, dayFirst},
-        // With the month first it would be the ninth of March behind the eighth of July.
-        {moved("07/08/2017 10:00", "z") + moved("09/08/2017 10:00", "y") + september,
-         "2017-08-07T10:00:00Z z"},
-        {september,
-         ":1: \"03/09/2017 21:18\" is ambiguous, and no other date of the file tells "
-         "whether the day or the month comes first: say --day-first or --month-first"},
-        {day + "8/31/2017, 22:00 – 9/1/2017, 22:00\")\n" + moved("13/09/2017 08:00", "b"),
-         "2017-09-13T08:00:00Z b"},
+        {range + "8/31/2017, 22:00 – 9/1/2017, 22:00\")\n" + september, monthFirst},
+        {september + "user=10\n" + moved("13/09/2017 08:00", "b"), dayFirst},
+        {september + moved("04/10/2017 21:18", "b"),
+         ":1: \"03/09/2017 21:18\" is ambiguous, and no other date of the file tells whether the "
+         "day or the month comes first: say --day-first or --month-first, or dump again with "
+         "`dumpsys usagestats -c`"},
         {september + moved("13/09/2017 08:00", "b") + moved("09/14/2017 08:00", "c"),
          ":3: \"09/14/2017 08:00\" begins with the month, but \"13/09/2017 08:00\" in line 2 with "
          "the day: say --day-first or --month-first"},
+        // Of no matter where no time needs it.
+        {range + "8/31/2017, 22:00 – 9/1/2017, 22:00\")\n  lastTimeUsed=\"31/08/2017 21:18\"\n" +
+             moved("2017-09-03 21:18:00", "a"),
+         dayFirst},
     };
     for (const auto& [dump, first] : cases) EXPECT_EQ(read(dump)[0], first) << dump;
 
@@ -186,8 +214,8 @@ TEST_F(UsageDump, TellsDayAndMonthFromTheFileAsAWhole) {
     EXPECT_THAT(read(september + moved("13/09/2017 08:00", "b"))[0], HasSubstr(":2: "));
 }
 
-// Sections are views of one history: by minutes, oldest first or newest first, of any spans.
-TEST_F(UsageDump, CountsWhatSectionsRepeatOnce) {
+// Sections are views of one history, of any spans. Old versions show minutes only.
+TEST_F(UsageDump, CountsAnEventAsOftenAsTheSectionThatHasItMostOften) {
     const std::string first = moved("13/09/2017 21:18", "a");
     const std::string other = moved("13/09/2017 21:18", "b");
     const std::string late = moved("13/09/2017 21:20", "c");
@@ -200,13 +228,34 @@ TEST_F(UsageDump, CountsWhatSectionsRepeatOnce) {
     const std::string weekly = "  In-memory weekly stats\n    events\n";
     const std::string dumps[] = {
         early + first + other + first + late + last,
-        last + late + first + other + first + early,
+        // Overlapping at either end, the same, and one inside the other.
         daily + first + other + first + late + last + weekly + early + first + other + first + late,
-        daily + last + late + first + other + first + weekly + early + first + other + first,
-        daily + last + weekly + early + daily + first + other + first + late,
+        weekly + early + first + other + first + daily + first + other + first + late + last,
+        daily + early + first + other + first + late + last + weekly + early + first + other +
+            first + late + last,
+        daily + first + weekly + early + first + other + first + late + last,
+        // What one section has twice happened twice, though the others have it once.
         daily + first + last + weekly + early + first + other + first + late + last,
+        daily + first + other + weekly + early + first + other + first + late + last + weekly +
+            other + late,
+        // Disjoint, in any order.
+        weekly + early + daily + first + other + first + late + daily + last,
+        daily + last + weekly + early + daily + first + other + first + late,
+        // Two captures, one behind the other.
+        "user=0\n" + daily + early + first + other + first + "user=0\n" + daily + first + other +
+            first + late + last,
     };
-    for (const std::string& dump : dumps) EXPECT_EQ(read(dump), all) << dump;
+    for (const std::string& dump : dumps) {
+        EXPECT_EQ(read(dump), all) << dump;
+        EXPECT_THAT(mFile.notes, IsEmpty());
+    }
+}
+
+TEST_F(UsageDump, RefusesEventsThatStandNewestFirst) {
+    EXPECT_THAT(read(moved("2026-03-01 07:00:00", "z") + "  events\n" +
+                     resumed("2026-03-01 08:00:00", "a") + resumed("2026-03-01 07:30:00", "b") +
+                     resumed("2026-03-01 07:00:00", "c")),
+                ElementsAre(":3: from here on events stand newest first"));
 }
 
 TEST_F(UsageDump, ShiftsWhatFollowsAClockThatWasSetBack) {
@@ -260,57 +309,85 @@ std::string wrapped(const std::string& dump, size_t width, bool atBlanks) {
     return result;
 }
 
-TEST_F(UsageDump, JoinsWrappedLines) {
+TEST_F(UsageDump, NamesALineThatATerminalBroke) {
     const Openings whole = read(NEW_DUMP);
+    size_t refused = 0;
     for (size_t width = 48; width < 130; ++width) {
-        EXPECT_EQ(read(wrapped(NEW_DUMP, width, false)), whole) << width;
-        EXPECT_EQ(read(wrapped(NEW_DUMP, width, true)), whole) << width;
+        for (const bool atBlanks : {false, true}) {
+            const Openings openings = read(wrapped(NEW_DUMP, width, atBlanks));
+            if (openings[0][0] == ':') {
+                EXPECT_THAT(openings, ElementsAre(HasSubstr("cut off or broken in two"))) << width;
+                ++refused;
+            } else {
+                EXPECT_EQ(openings, whole) << width;
+            }
+        }
     }
+    EXPECT_GT(refused, 40U);
+    mOptions.skipBad = true;
+    EXPECT_THAT(read(wrapped(NEW_DUMP, 80, false)),
+                Each(AnyOf(HasSubstr("com.chat"), HasSubstr("com.mail"), HasSubstr("com.maps"))));
+    EXPECT_GT(mFile.skipped, 0U);
 }
 
 TEST_F(UsageDump, SaysWhichLinesAreCutOrWrong) {
     const std::string a = resumed("2026-03-01 08:00:00", "com.a");
-    const std::string b = resumed("2026-03-01 09:00:00", "com.bank");
     const std::string begun = "      time=\"2026-03-01 09:00:00\" type=ACTIVITY_RESUMED ";
-    const std::string weekly = "  In-memory weekly stats\n";
     const struct {
-        std::string dump;
+        std::string line;
         const char* message;
     } cases[] = {
-        {a + begun + "pack\n" + weekly + a, ":2: the line is cut off"},
-        {a + "      time=\"2026-03-01 09:0\n" + weekly + a, ":2: the line is cut off"},
-        {a + begun + "package=com.ba\n" + weekly + a, ":2: the line is cut off"},
-        {a + resumed("noon", "com.b") + a, ":2: \"noon\" is no time of an event"},
-        {a + resumed("2026-02-30 09:00:00", "com.b") + a, ":2: \"2026-02-30 09:00:00\" is no time"},
+        {begun + "pack\n", ":2: the line is cut off"},
+        {"      time=\"2026-03-01 09:0\n", ":2: the line is cut off"},
+        {"      time=\"2026-03-01 09:00:00\" type=ACTIVITY\n", ":2: the line is cut off"},
+        {begun + "package=com.ba\nnk class=com.bank.Main flags=0x0\n", ":2: the line is cut off"},
+        {resumed("noon", "com.b"), ":2: \"noon\" is no time of an event"},
+        {resumed("2026-02-30 09:00:00", "com.b"), ":2: there is no \"2026-02-30 09:00:00\""},
     };
-    for (const auto& [dump, message] : cases) {
+    for (const auto& [line, message] : cases) {
         mOptions.skipBad = false;
-        EXPECT_THAT(read(dump), ElementsAre(HasSubstr(message)));
+        EXPECT_THAT(read(a + line + a), ElementsAre(HasSubstr(message)));
         mOptions.skipBad = true;
-        EXPECT_THAT(read(dump), ElementsAre("2026-03-01T08:00:00Z com.a"));
+        EXPECT_THAT(read(a + line + a), ElementsAre("2026-03-01T08:00:00Z com.a"));
         EXPECT_EQ(mFile.skipped, 1U);
     }
-
-    // Nothing is lost where another section has the line whole, and little at the capture's end.
-    mOptions.skipBad = false;
-    EXPECT_EQ(read(a + begun + "package=com.ba\n" + weekly + a + b).size(), 2U);
-    EXPECT_THAT(mFile.notes, ElementsAre("1 line is cut off that another section holds whole"));
-    EXPECT_EQ(read(a + begun + "pack").size(), 1U);
-    EXPECT_THAT(mFile.notes, ElementsAre("line 2: the last line is cut off and left out"));
 }
 
-TEST_F(UsageDump, ADumpCutAnywhereGivesOpeningsOrSaysWhatIsWrong) {
+TEST_F(UsageDump, ACaptureCutAnywhereLosesNoMoreThanTheEventThatWasCut) {
+    const std::string lines[] = {resumed("2026-03-01 08:00:00", "com.a"),
+                                 resumed("2026-03-01 09:00:00", "com.bank"),
+                                 resumed("2026-03-01 10:00:00", "com.c")};
+    const Openings whole = read(lines[0] + lines[1] + lines[2]);
+    ASSERT_EQ(whole.size(), 3U);
+    const size_t indentation = 6;
+    for (size_t size = 0; size < lines[2].size(); ++size) {
+        const Openings cut = read(lines[0] + lines[1] + lines[2].substr(0, size));
+        EXPECT_THAT(cut, AnyOf(whole, Openings(whole.begin(), whole.end() - 1))) << size;
+        const bool isLost = cut.size() < whole.size() && size > indentation;
+        EXPECT_EQ(mFile.notes,
+                  isLost ? Openings{"line 3: the last line is cut off and left out"} : Openings{})
+            << size;
+    }
+    for (size_t from = 0; from < lines[0].size(); ++from) {
+        const std::string rest = lines[0].substr(from);
+        const Openings cut = read(rest + lines[1] + lines[2]);
+        EXPECT_EQ(cut, Openings(whole.begin() + (from > indentation ? 1 : 0), whole.end())) << from;
+        // The last digits of its last number say nothing.
+        const bool isSeen = from > indentation && rest.find('=') != std::string::npos;
+        EXPECT_EQ(mFile.notes,
+                  isSeen ? Openings{"line 1: the first line is cut off and left out"} : Openings{})
+            << from;
+    }
+}
+
+TEST_F(UsageDump, ADumpOfManySectionsCutAnywhereIsReadOrRefused) {
     const Openings whole = read(NEW_DUMP);
-    for (const std::string& dump : {NEW_DUMP, wrapped(NEW_DUMP, 70, false)}) {
-        for (size_t size = dump.find("  Last 24 hour events ("); size < dump.size(); ++size) {
-            // Right where a terminal broke it, a line cannot be told from a whole one.
-            if (dump[size - 1] == '\n') continue;
-            const Openings cut = read(dump.substr(0, size));
-            if (cut[0][0] == ':') {
-                EXPECT_THAT(cut[0], HasSubstr("no opening")) << size;
-            } else {
-                EXPECT_THAT(cut, Each(AnyOfArray(whole))) << size;
-            }
+    for (size_t size = NEW_DUMP.find("  Last 24 hour events ("); size < NEW_DUMP.size(); ++size) {
+        const Openings cut = read(NEW_DUMP.substr(0, size));
+        if (cut[0][0] == ':') {
+            EXPECT_THAT(cut[0], HasSubstr("no opening")) << size;
+        } else {
+            EXPECT_THAT(cut, Each(AnyOfArray(whole))) << size;
         }
     }
 }

@@ -3,39 +3,29 @@
 #include <optional>
 #include <string_view>
 
-// What the lines of `dumpsys usagestats` say. The views point into the line.
+// What the lines of `dumpsys usagestats` say. All take a line without its indentation.
 
-// An event's line, whole or in part:
+// An event's line; the views point into it:
 //     time="2026-03-01 14:22:10" type=ACTIVITY_RESUMED package=com.x class=com.x.Main flags=0x0
 struct UsageLine {
-    enum class Kind {
-        OPENING,  // an application came to the front
-        OTHER,    // anything else
-        CUT,      // it ends before that is known, or before an opening's package
-    };
-
-    Kind kind = Kind::CUT;
-    std::string_view time;
-    std::string_view type;
-    std::string_view package;
-    bool timeClosed = false;  // something stands behind the time
-    bool goesOn = false;      // a field follows the package
-    bool tidy = true;         // nothing but fields stands on the line
+    std::string_view time;     // without its quotes
+    std::string_view package;  // of an opening
+    bool isOpening = false;    // an application came to the front
+    bool isCut = false;        // it ends before that is known, or before an opening's package
+    bool endsAtPackage = false;
 };
 
+// REQUIRES: the line begins an event.
 UsageLine parseUsageLine(std::string_view line);
 
 // Whether the line begins as an event does: time="..." or time=1504473480000.
-bool isUsageEvent(std::string_view line);
+bool beginsUsageEvent(std::string_view line);
 
-// Whether the line stands between the lists of events: a heading, or a row of another list.
+// Whether another list of events may begin behind the line, which is no event.
 bool isUsageHeading(std::string_view line);
-
-// Whether only such a dump has a line like this.
-bool isUsageDump(std::string_view line);
 
 // 10 of "user=10" on a line of its own.
 std::optional<int> usageUser(std::string_view line);
 
-// The text without blanks at both ends.
-std::string_view trimmed(std::string_view text);
+// Whether only such a dump has a line like this.
+bool isUsageDump(std::string_view line);

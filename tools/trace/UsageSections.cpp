@@ -1,140 +1,72 @@
 #include "tools/trace/UsageSections.h"
 
 #include <algorithm>
+#include <utility>
 
-#include "tools/common/Text.h"
+#include "tools/trace/UsageLine.h"
 
 namespace {
 
-constexpr size_t MAX_PARTS = 6;
+constexpr const char* BROKEN = "the line is cut off or broken in two (--skip-bad to leave it out)";
 
-// What is known of a line without its neighbours.
-bool isWhole(const UsageLine& line) {
-    return line.kind != UsageLine::Kind::CUT && line.timeClosed && parseUsageTime(line.time);
+std::string noteOfCut(const TraceLines& lines) {
+    return "line " + std::to_string(lines.number()) + ": the " +
+           (lines.number() == 1 ? "first" : "last") + " line is cut off and left out";
 }
 
-// The parts of a broken line put together, with a blank behind part i when bit i of `blanks` is
-// set: a terminal breaks anywhere, an editor at a blank that is lost then.
-std::string joined(const std::vector<std::string>& parts, size_t count, size_t blanks) {
-    std::string text = parts[0];
-    for (size_t i = 1; i < count; ++i) {
-        if ((blanks >> (i - 1) & 1) != 0) text += ' ';
-        text += parts[i];
-    }
-    return text;
-}
-
-// The event's line. Parts that follow are joined to it when it is not whole without them and
-// nothing but fields stands on it then; the package's name is taken to go on in them only when
-// another field follows it there.
-std::string unbroken(const std::vector<std::string>& parts) {
-    const UsageLine alone = parseUsageLine(parts[0]);
-    if (isWhole(alone) && (alone.kind == UsageLine::Kind::OTHER || alone.goesOn)) return parts[0];
-    for (size_t count = parts.size(); count > 1; --count) {
-        for (size_t blanks = 0; blanks < size_t{1} << (count - 1); ++blanks) {
-            const std::string text = joined(parts, count, blanks);
-            const UsageLine line = parseUsageLine(text);
-            if (isWhole(line) && line.tidy && (line.goesOn || !isWhole(alone))) return text;
-        }
-    }
-    return parts[0];
-}
-
-// Whether a line that looks like a row of the list of packages is an event's rest.
-bool goesOnWith(std::string_view event, std::string_view text) {
-    return text.substr(0, 8) == "package=" && text.find("Time") == std::string_view::npos &&
-           parseUsageLine(event).package.empty();
-}
-
-// The times in quotes behind "timeRange=" or "lastTimeUsed=" and the like; a range holds two.
-std::vector<UsageTime> timesIn(std::string_view line) {
-    std::vector<UsageTime> times;
-    while (true) {
-        const size_t open = line.find("=\"");
-        if (open == std::string_view::npos) return times;
-        line.remove_prefix(open + 2);
-        const std::string_view value = line.substr(0, line.find('"'));
-        line.remove_prefix(value.size());
-        // Between blanks, whatever those are in the phone's language.
-        for (const std::string_view dash : {"–", "—", " - "}) {
-            const size_t at = value.find(dash);
-            if (at == std::string_view::npos) continue;
-            const std::string_view ends[] = {trimmed(value.substr(0, at)),
-                                             trimmed(value.substr(at + dash.size()))};
-            for (const std::string_view end : ends) {
-                if (const auto time = parseUsageTime(end)) times.push_back(*time);
-            }
-            break;
-        }
-        if (const auto time = parseUsageTime(value)) times.push_back(*time);
-    }
+bool holds(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
 }
 
 }  // namespace
 
-uint32_t TextNumbers::numberOf(std::string_view text) {
-    const auto [known, isNew] =
-        mNumbers.emplace(std::string(text), static_cast<uint32_t>(mTexts.size()));
-    if (isNew) mTexts.push_back(known->first);
-    return known->second;
-}
-
-void UsageSections::refuse(size_t line, const std::string& what) {
-    if (!mOptions.skipBad) throw LineError(line, what);
-    ++mFile.skipped;
-}
-
-void UsageSections::read(TraceLines& lines) {
-    std::string line;
-    sections.emplace_back();
-    for (;;) {
-        try {
-            if (!lines.next(line)) break;
-        } catch (const LineError& error) {
-            flush();
-            refuse(error.line(), error.what());
-            continue;
-        }
-        add(line, lines.number());
-    }
-    lastLineCut = lines.isCut();
-    flush();
-    if (lines.number() == 0) throw InputError("the file is empty");
+UsageSections::UsageSections(TraceLines& lines, const TraceOptions& options, TraceFile& file)
+    : sections(1), mLines(lines), mOptions(options), mFile(file), mUser(options.user.value_or(0)) {
+    lines.forEach(options.skipBad, file.skipped, [&](std::string_view line) { add(line); });
     if (mUsers.empty()) enter(0);
     if (std::find(mUsers.begin(), mUsers.end(), mUser) == mUsers.end()) {
         std::string known;
         for (const int user : mUsers) known += (known.empty() ? "" : ", ") + std::to_string(user);
         throw InputError("the file has no user " + std::to_string(mUser) + ", only " + known);
     }
+    readTimes();
 }
 
-void UsageSections::add(std::string_view line, size_t number) {
-    const std::string_view text = trimmed(line);
-    if (text.empty()) return flush();
-    lastLine = number;
-    if (isUsageEvent(text)) {
-        flush();
-        mPending = Pending{number, number, {std::string(line)}};
-    } else if (mPending && mPending->parts.size() < MAX_PARTS &&
-               (!isUsageHeading(text) || goesOnWith(mPending->parts[0], text))) {
-        mPending->parts.emplace_back(line);
-        mPending->end = number;
-    } else if (isUsageHeading(text)) {
-        addHeading(text);
-    } else {
-        flush();
+void UsageSections::add(std::string_view line) {
+    if (isBlank(line)) return;
+    line.remove_prefix(line.find_first_not_of(" \t"));
+    mClues.see(line, mLines.number());
+    const size_t above = std::exchange(mBareLine, 0);
+    if (beginsUsageEvent(line)) return addEvent(line);
+    if (above != 0 && holds(line, "class=")) {
+        // What was taken for the package's name goes on here.
+        sections.back().pop_back();
+        throw LineError(above, BROKEN);
     }
+    if (isUsageHeading(line)) {
+        if (!sections.back().empty()) sections.emplace_back();
+        if (const std::optional<int> user = usageUser(line)) enter(*user);
+        return;
+    }
+    const bool endOfEvent = mLines.number() == 1 && holds(line, "=");
+    const bool beginOfEvent = mLines.isOpen() && holds("time=", line);
+    if (endOfEvent || beginOfEvent) mFile.notes.push_back(noteOfCut(mLines));
 }
 
-// Between lists of events.
-void UsageSections::addHeading(std::string_view line) {
-    flush();
-    if (!sections.back().empty()) sections.emplace_back();
-    if (const std::optional<int> user = usageUser(line)) return enter(*user);
-    const auto times = timesIn(line);
-    for (const UsageTime& time : times) clues.seeElsewhere(time);
-    const bool day = line.find("24 hour") != std::string_view::npos;
-    if (day && times.size() == 2) clues.seeDay(times[0], times[1]);
+void UsageSections::addEvent(std::string_view line) {
+    if (mUsers.empty()) enter(0);
+    if (mCurrent != mUser) return;
+    const UsageLine event = parseUsageLine(line);
+    const bool nameMayBeCut = event.endsAtPackage && mLines.isOpen();
+    if (nameMayBeCut || (event.isCut && mLines.isLast())) {
+        mFile.notes.push_back(noteOfCut(mLines));
+        return;
+    }
+    if (event.isCut) throw InputError(BROKEN);
+    if (!event.isOpening) return;
+    sections.back().push_back(
+        {std::string(event.time), std::string(event.package), mLines.number()});
+    if (event.endsAtPackage) mBareLine = mLines.number();
 }
 
 void UsageSections::enter(int user) {
@@ -145,34 +77,23 @@ void UsageSections::enter(int user) {
     mCurrent = user;
 }
 
-void UsageSections::flush() {
-    if (!mPending) return;
-    const Pending pending = std::move(*mPending);
-    mPending.reset();
-    if (mUsers.empty()) enter(0);
-    addEvent(unbroken(pending.parts), pending.line, pending.end);
-}
-
-void UsageSections::addEvent(const std::string& text, size_t number, size_t end) {
-    const UsageLine line = parseUsageLine(text);
-    const std::optional<UsageTime> time = parseUsageTime(line.time);
-    if (time && line.timeClosed) clues.seeEvent(*time, line.time, number);
-    if (!isWanted()) return;
-
-    if (line.kind == UsageLine::Kind::CUT) {
-        cutLines.push_back({number, end, sections.size() - 1, line.timeClosed ? time : std::nullopt,
-                            std::string(line.type), std::string(line.package)});
-        return;
+// Once all dates have been seen.
+void UsageSections::readTimes() {
+    for (UsageOpenings& section : sections) {
+        UsageOpenings read;
+        for (UsageOpening& opening : section) {
+            const DateOrder order = mOptions.dateOrder != DateOrder::FROM_FILE
+                                        ? mOptions.dateOrder
+                                        : mClues.orderOf(opening.time, opening.line);
+            try {
+                opening.time = plainUsageTime(opening.time, order);
+                opening.clock = parseTraceTime(opening.time, TraceTime(0));
+                read.push_back(std::move(opening));
+            } catch (const InputError& error) {
+                if (!mOptions.skipBad) throw LineError(opening.line, error.what());
+                ++mFile.skipped;
+            }
+        }
+        section = std::move(read);
     }
-    const bool opening = line.kind == UsageLine::Kind::OPENING;
-    if (!time) {
-        if (opening) refuse(number, inQuotes(line.time) + " is no time of an event");
-        return;
-    }
-    UsageEvent event;
-    event.opening = opening;
-    event.type = types.numberOf(line.type);
-    event.package = packages.numberOf(line.package);
-    event.line = number;
-    sections.back().push_back({*time, event, end, opening && !line.goesOn});
 }

@@ -1,33 +1,34 @@
 #pragma once
 
-#include <optional>
+#include <string>
 #include <string_view>
 
-#include "tools/trace/LocalTime.h"
 #include "tools/trace/TraceFile.h"
-#include "tools/trace/TraceTime.h"
 
-// A time as a phone's debugging output shows it, in the phone's own language perhaps.
-struct UsageTime {
-    bool exact = false;  // `instant` is the moment; nothing else is set
-    TraceTime instant{0};
-    bool orderKnown =
-        true;              // `reading` is right; else its day and month may be the other way round
-    ClockReading reading;  // the first number of the date as the day when that is not known
+// The times of the events of a dump: 2026-03-01 14:22:10 or milliseconds since the epoch, and of
+// older versions 03/09/2017 21:18 or 9/3/2017, 9:18 PM with the day and month in the order of the
+// phone's language.
 
-    bool dotted = false;  // as dates are that begin with the day
+// Gathers what a dump's dates tell of that order, by their numbers above 12.
+class DateOrderClues {
+  public:
+    // Looks at all that stands in quotes on a line, be it the time of an event or another.
+    void see(std::string_view line, size_t number);
 
-    // Which order a number above 12 tells.
-    DateOrder tells() const;
+    // The order in which to read an event's time, which does not matter to any other kind of time.
+    // Throws LineError, about the line on which that time stands or another, when the dates seen do
+    // not tell, or tell both.
+    DateOrder orderOf(std::string_view time, size_t number) const;
 
-    // The clock's reading. REQUIRES: not exact.
-    ClockReading inOrder(DateOrder order) const;
+  private:
+    struct Place {
+        size_t line = 0;
+        std::string text;
+    };
 
-    // That reading as if the clock were on UTC, or the moment if it is exact. Nothing when there is
-    // no such date.
-    std::optional<TraceTime> clock(DateOrder order) const;
+    Place mDay;    // the first date that begins with the day
+    Place mMonth;  // the first that begins with the month
 };
 
-// Reads 2026-03-01 14:22:10, 03/09/2017 21:18, 4/27/2019, 10:58 PM, 3.9.17, 21:18, 2017/09/03 21:18
-// and the like, or milliseconds since the epoch. Nothing when it is no such time.
-std::optional<UsageTime> parseUsageTime(std::string_view text);
+// The time as parseTraceTime() takes it. Throws InputError when it is of none of these kinds.
+std::string plainUsageTime(std::string_view time, DateOrder order);

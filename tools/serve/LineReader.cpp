@@ -1,4 +1,4 @@
-#include "tools/trace/LineReader.h"
+#include "tools/serve/LineReader.h"
 
 #include <poll.h>
 #include <unistd.h>
@@ -20,12 +20,6 @@ bool waitFor(int descriptor, int stopDescriptor) {
 
 }  // namespace
 
-LineReader::LineReader(int descriptor, size_t maxLength, int stopDescriptor)
-    : mDescriptor(descriptor),
-      mStopDescriptor(stopDescriptor),
-      mSource([descriptor](char* to, size_t size) { return read(descriptor, to, size); }),
-      mMaxLength(maxLength) {}
-
 LineReader::Status LineReader::next(std::string& line) {
     line.clear();
     bool tooLong = false;
@@ -33,10 +27,7 @@ LineReader::Status LineReader::next(std::string& line) {
     for (;;) {
         if (mPosition == mBuffer.size()) {
             const Status status = fill();
-            if (status == Status::END && begun) {
-                mCut = true;
-                return tooLong ? Status::TOO_LONG : Status::LINE;
-            }
+            if (status == Status::END && begun) return tooLong ? Status::TOO_LONG : Status::LINE;
             if (status != Status::LINE) return status;
         }
         begun = true;
@@ -52,9 +43,9 @@ LineReader::Status LineReader::next(std::string& line) {
 // LINE when there is something more to read.
 LineReader::Status LineReader::fill() {
     for (;;) {
-        if (mDescriptor >= 0 && !waitFor(mDescriptor, mStopDescriptor)) return Status::STOPPED;
+        if (!waitFor(mDescriptor, mStopDescriptor)) return Status::STOPPED;
         mBuffer.resize(BUFFER_SIZE);
-        const ssize_t count = mSource(mBuffer.data(), mBuffer.size());
+        const ssize_t count = read(mDescriptor, mBuffer.data(), mBuffer.size());
         mBuffer.resize(count > 0 ? static_cast<size_t>(count) : 0);
         mPosition = 0;
         if (count > 0) return Status::LINE;

@@ -5,12 +5,15 @@
 #include <string>
 #include <string_view>
 
-// Whether the text begins or ends so.
+// Whether the text begins or ends so, or holds the part anywhere.
 inline bool startsWith(std::string_view text, std::string_view begin) {
     return text.substr(0, begin.size()) == begin;
 }
 inline bool endsWith(std::string_view text, std::string_view end) {
     return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+inline bool holds(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
 }
 
 // How values are shown to a person.

@@ -105,13 +105,13 @@ TEST_F(TraceKinds, AreToldByTheContent) {
 
 TEST_F(TraceKinds, Utf16BecomesUtf8) {
     // A letter of two bytes, one of three, a pair, and both halves of pairs alone.
-    const std::string text("\x00\xE9\x20\xAC\xD8\x3D\xDE\x00\x00-\xD8\x3D\x00-\xDE\x00\x00\n", 22);
+    const std::string text("\x00\xE9\x20\xAC\xD8\x3D\xDE\x00\x00-\xD8\x3D\x00-\xDE\x00\x00\n", 18);
     std::string swapped;
     for (size_t i = 0; i < text.size(); i += 2) swapped += {text[i + 1], text[i]};
     const std::string expected = "names: \u00e9\u20ac\U0001f600-\ufffd-\ufffd";
     EXPECT_EQ(opened("t.txt", "\xFE\xFF" + text), expected);
     EXPECT_EQ(opened("t.txt", "\xFF\xFE" + swapped), expected);
-    EXPECT_EQ(opened("t.txt", "\xFF\xFE" + swapped.substr(0, 21)), expected);
+    EXPECT_EQ(opened("t.txt", "\xFF\xFE" + swapped.substr(0, 17)), expected);
 }
 
 TEST_F(TraceKinds, SaysWhatIsWrong) {

@@ -159,7 +159,7 @@ TEST_F(UsageDump, AsksForADumpInMillisecondsWhenDatesAreInALanguage) {
         "2017. 9. 3. 오후 9:18", "2017年9月3日 下午9:18",    "Sep 3, 2017 9:18 PM",
         "27/4/2019 13:05 PM",    "27/4/2019 13:05 Uhr",      "1504473480",
     };
-    const std::string good = moved("13/09/2017 21:18", "a");
+    const std::string good = moved("2017-09-13 21:18:00", "a");
     for (const char* const time : times) {
         const std::string dump = good + moved(time, "b") + good;
         mOptions.skipBad = false;
@@ -382,7 +382,8 @@ TEST_F(UsageDump, ACaptureCutAnywhereLosesNoMoreThanTheEventThatWasCut) {
 
 TEST_F(UsageDump, ADumpOfManySectionsCutAnywhereIsReadOrRefused) {
     const Openings whole = read(NEW_DUMP);
-    for (size_t size = NEW_DUMP.find("  Last 24 hour events ("); size < NEW_DUMP.size(); ++size) {
+    for (size_t size = NEW_DUMP.find("  Last 24 hour events ("); size < NEW_DUMP.size();
+         size += 5) {
         const Openings cut = read(NEW_DUMP.substr(0, size));
         if (cut[0][0] == ':') {
             EXPECT_THAT(cut[0], HasSubstr("no opening")) << size;

@@ -15,10 +15,6 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-bool holds(std::string_view text, std::string_view part) {
-    return text.find(part) != std::string_view::npos;
-}
-
 // The text between the quotes, if it stands in such.
 std::string_view unquoted(std::string_view text) {
     const bool quoted = text.size() >= 2 && text.front() == '"' && text.back() == '"';

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "tools/common/Text.h"
 #include "tools/trace/UsageLine.h"
 
 namespace {
@@ -12,10 +13,6 @@ constexpr const char* BROKEN = "the line is cut off or broken in two (--skip-bad
 std::string noteOfCut(const TraceLines& lines) {
     return "line " + std::to_string(lines.number()) + ": the " +
            (lines.number() == 1 ? "first" : "last") + " line is cut off and left out";
-}
-
-bool holds(std::string_view text, std::string_view part) {
-    return text.find(part) != std::string_view::npos;
 }
 
 }  // namespace

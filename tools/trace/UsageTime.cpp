@@ -21,7 +21,7 @@ struct NumericTime {
     int year;
     int hour;
     std::string minute;  // and what follows it: "18", "18:05"
-    bool isWhole;  // nothing follows the time
+    bool isWhole;        // nothing follows the time
 };
 
 std::optional<NumericTime> parseNumericTime(std::string_view text) {
@@ -65,7 +65,7 @@ void DateOrderClues::see(std::string_view line, size_t number) {
 
 DateOrder DateOrderClues::orderOf(std::string_view text, size_t number) const {
     const std::optional<NumericTime> time = parseNumericTime(text);
-    if (!time || time->first == time->second) return DateOrder::DAY_FIRST;
+    if (!time || !time->isWhole || time->first == time->second) return DateOrder::DAY_FIRST;
     if (mDay.line != 0 && mMonth.line != 0) {
         throw LineError(mMonth.line, inQuotes(mMonth.text) + " begins with the month, but " +
                                          inQuotes(mDay.text) + " in line " +

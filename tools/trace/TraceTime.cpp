@@ -45,28 +45,30 @@ int number(std::string_view text, size_t at, size_t digits) {
                      " is no time: expected seconds since the epoch or 2024-03-01T08:05:09");
 }
 
-// The seconds and the fraction that follows them in the text, which must end there.
-TraceTime exactTime(std::string_view text, std::string_view rest, time_t seconds) {
-    std::string micros;
-    if (startsWith(rest, ".")) {
-        rest.remove_prefix(1);
-        micros = takeDigits(rest);
-        if (micros.empty()) refuse(text);
-    }
-    if (!rest.empty()) refuse(text);
+// The fraction of a second in what is left of the text, which must be that or nothing.
+TraceTime parseFraction(std::string_view text, std::string_view rest) {
+    if (rest.empty()) return TraceTime(0);
+    const bool point = rest[0] == '.';
+    rest.remove_prefix(1);
+    std::string micros(takeDigits(rest));
+    if (!point || micros.empty() || !rest.empty()) refuse(text);
     micros.resize(6, '0');
-    // As microseconds what lies outside might not fit.
+    return TraceTime(std::stol(micros));
+}
+
+// As microseconds, seconds that lie outside might not fit 64 bits.
+TraceTime inRange(std::string_view text, time_t seconds, TraceTime fraction) {
     if (seconds < 0 || seconds >= wholeSeconds(TRACE_TIME_END)) {
         throw InputError(inQuotes(text) + " lies outside the years 1970 to 2099");
     }
-    return std::chrono::seconds(seconds) + std::chrono::microseconds(std::stol(micros));
+    return std::chrono::seconds(seconds) + fraction;
 }
 
 TraceTime parseSeconds(std::string_view text) {
     std::string_view rest = text;
     const std::string_view digits = takeDigits(rest);
     if (digits.empty() || digits.size() > MAX_DIGITS) refuse(text);
-    return exactTime(text, rest, std::stol(std::string(digits)));
+    return inRange(text, std::stol(std::string(digits)), parseFraction(text, rest));
 }
 
 // Takes a zone off the end: seconds ahead of UTC, or nothing when the text ends without.
@@ -101,11 +103,9 @@ TraceTime parseTraceTime(std::string_view text, TraceTime notBefore) {
                                number(minutes, 8, 2),  number(minutes, 11, 2),
                                number(minutes, 14, 2), seconds.empty() ? 0 : number(seconds, 1, 2)};
     const std::optional<int> zone = takeZone(rest);
-    const auto exact = [&](time_t moment) { return exactTime(text, rest, moment); };
-    if (!exists(reading)) {
-        exact(0);  // what is no time at all is said first
-        throw InputError("there is no " + inQuotes(text));
-    }
+    const TraceTime fraction = parseFraction(text, rest);
+    if (!exists(reading)) throw InputError("there is no " + inQuotes(text));
+    const auto exact = [&](time_t moment) { return inRange(text, moment, fraction); };
     if (zone) return exact(utcMoment(reading) - *zone);
     const std::vector<time_t> moments = localMoments(reading);
     if (moments.empty()) {

@@ -46,7 +46,7 @@ void UsageSections::add(std::string_view line) {
         return;
     }
     const bool endOfEvent = mLines.number() == 1 && holds(line, "=");
-    const bool beginOfEvent = mLines.isOpen() && holds("time=", line);
+    const bool beginOfEvent = mLines.isOpen() && startsWith("time=", line);
     if (endOfEvent || beginOfEvent) mFile.notes.push_back(noteOfCut(mLines));
 }
 

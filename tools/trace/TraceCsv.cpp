@@ -1,7 +1,5 @@
 #include "tools/trace/TraceCsv.h"
 
-#include <cstdio>
-
 #include "tools/common/Text.h"
 #include "tools/trace/DropList.h"
 #include "tools/trace/LocalTime.h"
@@ -102,14 +100,11 @@ void writeCsv(const Trace& trace, const std::function<void(const std::string&)>&
 std::string isoTime(TraceTime time) {
     const time_t whole = wholeSeconds(time);
     const ClockReading r = utcReading(whole);
-    char text[64];
-    snprintf(text, sizeof(text), "%04d-%02d-%02dT%02d:%02d:%02d", r.year, r.month, r.day, r.hour,
-             r.minute, r.second);
-    std::string result = text;
+    std::string result = formatted("%04d-%02d-%02dT%02d:%02d:%02d", r.year, r.month, r.day, r.hour,
+                                   r.minute, r.second);
     const auto micros = (time - std::chrono::seconds(whole)).count();
     if (micros != 0) {
-        snprintf(text, sizeof(text), ".%06d", static_cast<int>(micros));
-        result += text;
+        result += formatted(".%06d", static_cast<int>(micros));
         result.erase(result.find_last_not_of('0') + 1);
     }
     return result + 'Z';

@@ -1,7 +1,6 @@
 #include "tools/trace/UsageTime.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <optional>
 #include <regex>
 
@@ -92,9 +91,7 @@ std::string plainUsageTime(std::string_view text, DateOrder order) {
         throw InputError(inQuotes(text) + " is no time of an event that is understood: " + ADVICE);
     }
     const bool dayFirst = order == DateOrder::DAY_FIRST;
-    char date[64];
-    snprintf(date, sizeof(date), "%04d-%02d-%02d %02d:", time->year,
-             dayFirst ? time->second : time->first, dayFirst ? time->first : time->second,
-             time->hour);
-    return date + time->minute;
+    return formatted("%04d-%02d-%02d %02d:", time->year, dayFirst ? time->second : time->first,
+                     dayFirst ? time->first : time->second, time->hour) +
+           time->minute;
 }

@@ -3,46 +3,36 @@
 #include <memory>
 
 #include "tools/common/CommonOptions.h"
+#include "tools/common/InputError.h"
+#include "tools/common/Interrupt.h"
 #include "tools/common/Output.h"
-#include "tools/compare/Comparison.h"
-#include "tools/compare/ManyTracesCommand.h"
-#include "tools/compare/TraceScore.h"
+#include "tools/compare/ComparisonTable.h"
+#include "tools/compare/ScoreJson.h"
+#include "tools/compare/ScoringOptions.h"
+#include "tools/trace/TraceFlags.h"
 
 namespace {
 
 struct Options {
-    ManyTracesCommand command;
+    std::string trace;
+    ScoringOptions scoring;
     bool json = false;
-    bool total = false;
     uint64_t seed = 1;
 };
 
-void printResults(const Options& options, const ResultStore& store,
-                  const ManyTracesOutcome& outcome) {
-    ScoreSum scores;
-    for (const auto& [name, place] : outcome.results) {
-        const std::string line = store.read(place);
-        if (options.json && !options.total) {
-            writeOutput(line + '\n');
-        } else {
-            scores.add(parseScore(Json::parse(line)));
-        }
+int compare(const Options& options) {
+    const NamedTrace trace = options.scoring.read(options.trace);
+    catchInterrupts();
+    const std::optional<TraceScore> score = options.scoring.score(trace);
+    if (!score) return EXIT_SIGNALLED + interruptSignal();
+    if (options.json) {
+        writeOutput(scoreLine(*score));
+    } else {
+        ScoreSum scores;
+        scores.add(*score);
+        writeOutput(comparisonTable(compareMethods(scores, options.seed)));
     }
-    if (scores.traces() == 0) return;
-    const Comparison comparison = scores.compare(options.seed);
-    writeOutput(options.json ? jsonLine(comparisonJson(comparison)) : comparisonTable(comparison));
-}
-
-int compare(Options& options) {
-    const TraceWork score = [&options](const NamedTrace& trace,
-                                       const std::function<bool()>& stopped) {
-        const auto result = scoreTrace(trace, options.command.charging, stopped);
-        return result ? std::optional<Json>(scoreJson(*result)) : std::nullopt;
-    };
-    const auto print = [&options](const ResultStore& store, const ManyTracesOutcome& outcome) {
-        printResults(options, store, outcome);
-    };
-    return options.command.run("compare", score, print);
+    return 0;
 }
 
 }  // namespace
@@ -50,18 +40,16 @@ int compare(Options& options) {
 Verb makeCompareVerb() {
     const auto options = std::make_shared<Options>();
     Verb verb{"compare",
-              "Score the engine on recorded traces, beside simple rules",
+              "Score the engine on a recorded trace, beside simple rules",
               {{"ksbrain compare phone.csv",
                 "a table: how often the right application was among the first"},
-               {"ksbrain compare --save scores.jsonl traces/",
-                "all files below traces/; stop it with Ctrl-C, and the same command goes on"},
-               {"ksbrain compare --json traces/ | ksbrain merge --json -",
-                "a line a trace, and one object of all together"}}};
-    addManyTracesOptions(verb, options->command);
-    verb.flag("--json", options->json,
-              "Print one JSON object a trace, by name, instead of the table");
-    verb.flag("--total", options->total, "Print the object of all traces together instead")
-        .needs("--json");
+               {"ksbrain compare --json phone.csv >>scores.jsonl",
+                "one line of counts, for merge and report --from"},
+               {"parallel --bar ksbrain compare --json --quiet ::: *.csv >scores.jsonl",
+                "a line for each of many traces, on all cores"}}};
+    verb.text("TRACE", options->trace, std::string("What to score: ") + TRACE_KINDS).required();
+    options->scoring.addTo(verb);
+    verb.flag("--json", options->json, "Print the counts as one JSON object instead of the table");
     addSeedOption(verb, options->seed, "Seed of the resampling behind the intervals");
     verb.run = [options] { return compare(*options); };
     return verb;

@@ -2,5 +2,5 @@
 
 #include "tools/common/Verb.h"
 
-// ksbrain compare: how well the engine and simple rules predict recorded traces, side by side.
+// ksbrain compare: how well the engine, its predictors alone and simple rules do on a trace.
 Verb makeCompareVerb();

@@ -1,14 +1,10 @@
 #include <gmock/gmock.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
-#include <nlohmann/json.hpp>
 
-#include <algorithm>
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 
 #include "platform/testing/TempDir.h"
 #include "tools/common/JsonLine.h"
@@ -21,21 +17,18 @@ using ::testing::IsEmpty;
 
 class CompareProgram : public ::testing::Test {
   protected:
-    CompareProgram() {
-        mkdir(path("traces").c_str(), 0700);
-        for (size_t i = 1; i <= 6; ++i) {
-            std::string rows;
-            for (size_t row = 0; row < 300 * i; ++row) {
-                rows += "com.app" + std::to_string((row * row + row / 7) % (2 + i)) + '\n';
-            }
-            mFiles.write("traces/" + std::to_string(i) + ".txt", rows);
+    // A trace of so many openings, of more applications the longer it is.
+    std::string trace(size_t openings) const {
+        std::string rows;
+        for (size_t row = 0; row < openings; ++row) {
+            rows += "com.app" + std::to_string((row * row + row / 7) % (2 + openings / 300)) + '\n';
         }
+        const std::string name = std::to_string(openings) + ".txt";
+        mFiles.write(name, rows);
+        return path(name);
     }
 
     std::string path(const std::string& name) const { return mFiles.file(name); }
-    std::string trace(int number) const {
-        return path("traces/" + std::to_string(number) + ".txt");
-    }
 
     // What the program prints when all goes well.
     static std::string output(const std::vector<std::string>& arguments,
@@ -49,105 +42,68 @@ class CompareProgram : public ::testing::Test {
     const TempDir mFiles;
 };
 
-TEST_F(CompareProgram, MergesAnySplitToWhatOneRunPrints) {
-    const std::string table = output({"compare", path("traces")});
-    const std::string total =
-        output({"compare", "--json", "--total", "--jobs", "1", path("traces")});
-    EXPECT_EQ(Json::parse(total)["openings"], 300 * (1 + 2 + 3 + 4 + 5 + 6));
-    mFiles.write("list", trace(6) + '\n' + trace(1) + '\n');
-    mFiles.write("one", output({"compare", "--json", "--from-list", path("list")}));
-    mFiles.write("two", output({"compare", "--json", trace(5), trace(3)}));
-    output({"compare", "--save", path("saved"), trace(4), trace(2)});
-    EXPECT_EQ(output({"merge", path("saved"), path("two"), path("one")}), table);
-    EXPECT_EQ(
-        output({"merge", "--json", path("saved"), "-"}, mFiles.read("one") + mFiles.read("two")),
-        total);
+TEST_F(CompareProgram, MergesLinesInAnyOrder) {
+    const std::string one = output({"compare", "--json", trace(300)});
+    EXPECT_EQ(output({"merge", "-"}, one), output({"compare", trace(300)}));
 
-    const ProgramRun twice = runKsbrain({"merge", path("one"), path("one")});
+    const std::string two = output({"compare", "--json", trace(900)});
+    const std::string three = output({"compare", "--json", trace(1200)});
+    mFiles.write("a", one + three);
+    mFiles.write("b", two);
+    const std::string merged = output({"merge", "--json", path("a"), path("b")});
+    EXPECT_EQ(output({"merge", "--json", "-"}, three + two + one), merged);
+    const Json total = Json::parse(merged);
+    EXPECT_EQ(total["openings"], 300 + 900 + 1200);
+    uint64_t hits = 0;
+    for (const std::string& line : {one, two, three}) {
+        hits += Json::parse(line)["methods"]["order_2"]["top4"].get<uint64_t>();
+    }
+    EXPECT_EQ(total["methods"]["order_2"]["top4"], hits);
+
+    const ProgramRun twice = runKsbrain({"merge", path("b"), path("a"), path("b")});
     EXPECT_EQ(twice.status, 2);
-    EXPECT_THAT(twice.err, HasSubstr(path("one") + ":1: the trace "));
-    EXPECT_THAT(twice.err, HasSubstr("is there already, from " + path("one") + ":1"));
+    EXPECT_THAT(twice.err, HasSubstr(path("b") + ":1: the trace "));
+    EXPECT_THAT(twice.err, HasSubstr("is there already, from " + path("b") + ":1"));
 }
 
-TEST_F(CompareProgram, ABadFileIsNamedAndTheOthersCount) {
-    const std::string table = output({"compare", trace(1), trace(3)});
-    mFiles.write("bad.csv", "time,package\n5,com.a\n4,com.b\n");
-    const ProgramRun run =
-        runKsbrain({"compare", trace(1), path("bad.csv"), trace(3), path("none")});
-    EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.out, table);
-    EXPECT_THAT(run.err, HasSubstr(path("bad.csv") + ":3: the time runs backwards"));
-    EXPECT_THAT(run.err, HasSubstr(path("none") + ":1: cannot be opened"));
-
+TEST_F(CompareProgram, RefusesWhatIsNoScore) {
+    mFiles.write("good", output({"compare", "--json", trace(30)}));
+    mFiles.write("cut", mFiles.read("good") + mFiles.read("good").substr(0, 500));
     mFiles.write("empty", "");
     const struct {
-        std::vector<std::string> arguments;
-        const char* message;
+        std::string file;
+        std::string message;
     } cases[] = {
-        {{"compare"}, "there is no trace"},
-        {{"compare", trace(1), path("traces")}, "is named twice"},
-        {{"compare", "--from-list", path("none")}, "cannot be opened"},
-        {{"compare", "--jobs", "0", trace(1)}, "--jobs"},
-        {{"compare", "--total", trace(1)}, "requires --json"},
-        {{"compare", "--save", path("bad.csv"), trace(1)}, "is left as it was"},
-        {{"compare", "--save", "/dev/full", trace(1)}, "is no plain file"},
-        {{"merge", path("bad.csv")}, "bad.csv:1: is no JSON: \"time,package\""},
-        {{"merge", path("empty")}, "no result"},
+        {trace(40), ":1: is no JSON: \"com.app0\""},
+        {path("cut"), path("cut") + ":2: is no JSON: "},
+        {path("empty"), "there is no score"},
+        {path("none"), path("none") + ":1: cannot be opened"},
+        {path("."), ":1: cannot be read"},
     };
-    for (const auto& [arguments, message] : cases) {
-        const ProgramRun refused = runKsbrain(arguments);
+    for (const auto& [file, message] : cases) {
+        const ProgramRun refused = runKsbrain({"merge", file});
         EXPECT_EQ(refused.status, 2) << message;
         EXPECT_THAT(refused.err, HasSubstr(message));
         EXPECT_EQ(refused.out, "") << message;
     }
-    EXPECT_EQ(mFiles.read("bad.csv"), "time,package\n5,com.a\n4,com.b\n");
 }
 
-// The number of lines the file has by now.
-size_t linesOf(const TempDir& files, const std::string& name) {
-    const std::string text = files.read(name);
-    return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
-}
-
-TEST_F(CompareProgram, GoesOnWhereItWasInterrupted) {
-    const std::string table = output({"compare", path("traces")});
+TEST_F(CompareProgram, LeavesNothingBehindWhenItIsInterrupted) {
     mkdir(path("tmp").c_str(), 0700);
     setenv("TMPDIR", path("tmp").c_str(), 1);
-    prctl(PR_SET_CHILD_SUBREAPER, 1);  // a worker that is left behind becomes a child of this test
-    size_t lines = 1;
-    for (const int signal : {SIGINT, SIGTERM, SIGKILL}) {
-        ++lines;
+    for (const int signal : {SIGINT, SIGTERM}) {
         const ProgramRun run =
-            runKsbrain({"compare", "--jobs", "2", "--save", path("saved"), path("traces")}, "",
-                       [&](pid_t program) {
-                           while (linesOf(mFiles, "saved") < lines && kill(program, 0) == 0)
-                               usleep(1000);
-                           kill(program, signal);
-                       });
+            runKsbrain({"compare", "--json", trace(60'000)}, "", [&](pid_t program) {
+                // It runs the methods once it has a directory for the engine's files.
+                while (entriesOf(path("tmp")).empty() && kill(program, 0) == 0) usleep(1000);
+                kill(program, signal);
+            });
         EXPECT_EQ(run.status, 128 + signal);
         EXPECT_EQ(run.out, "");
-        if (signal == SIGKILL) {
-            while (waitpid(-1, nullptr, 0) > 0) {
-            }
-            // Where the emulator does not hand orphans over, they go by themselves.
-            for (int i = 0; i < 10000 && !entriesOf(path("tmp")).empty(); ++i) usleep(1000);
-        } else {
-            EXPECT_THAT(run.err, HasSubstr("the same command goes on from " + path("saved")));
-        }
-        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
-        EXPECT_EQ(errno, ECHILD);
+        EXPECT_EQ(run.err, "");
         EXPECT_THAT(entriesOf(path("tmp")), IsEmpty());
     }
-    EXPECT_EQ(output({"compare", "--save", path("saved"), path("traces")}), table);
-    const std::string saved = mFiles.read("saved");
-    EXPECT_EQ(output({"compare", "--save", path("saved"), path("traces")}), table);
-    EXPECT_EQ(mFiles.read("saved"), saved);
-
-    const ProgramRun other =
-        runKsbrain({"compare", "--charging", "never", "--save", path("saved"), path("traces")});
     unsetenv("TMPDIR");
-    EXPECT_EQ(other.status, 2);
-    EXPECT_THAT(other.err, HasSubstr("charging is \"always\" there and \"never\" here"));
 }
 
 }  // namespace

@@ -1,17 +1,24 @@
+#include "tools/compare/ComparisonTable.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
+#include "tools/common/JsonLine.h"
 #include "tools/common/Text.h"
-#include "tools/compare/Comparison.h"
-
-// comparisonTable() and comparisonJson().
 
 namespace {
 
-constexpr const char* MEASURE_NAMES[MEASURES] = {"top-1", "top-4", "top-8", "MRR"};
-constexpr const char* MEASURE_KEYS[MEASURES] = {"top1", "top4", "top8", "mrr"};
-constexpr size_t MRR = static_cast<size_t>(Measure::RECIPROCAL_RANK);
+constexpr size_t MRR = RECIPROCAL_RANK;
+
+std::string measureName(size_t measure) {
+    return measure == MRR ? "MRR" : "top-" + std::to_string(DEPTHS[measure]);
+}
+
+std::string measureKey(size_t measure) {
+    return measure == MRR ? "mrr" : depthKey(DEPTHS[measure]);
+}
 
 std::string format(const char* pattern, double a, double b = 0) {
     char text[64];
@@ -40,25 +47,25 @@ std::string counted(uint64_t number, const char* thing) {
 }
 
 std::string headLines(const Comparison& comparison) {
-    return counted(comparison.openings, "opening") + " of " + counted(comparison.traces, "trace") +
-           "; 95 % intervals by drawing from " +
+    return counted(comparison.counts.openings, "opening") + " of " +
+           counted(comparison.traces, "trace") + "; 95 % intervals by drawing from " +
            counted(comparison.units, comparison.byTrace ? "trace" : "day") + "\n\n" +
            "method              answered          top-1             top-4             top-8"
            "              MRR\n";
 }
 
 std::string methodRows(const Comparison& comparison, Method method) {
-    const MethodTotals& totals = comparison.totals[static_cast<size_t>(method)];
-    const Estimates& estimates = comparison.methods[static_cast<size_t>(method)];
-    const uint64_t hits[] = {totals.top1, totals.top4, totals.top8};
-    std::string name = methodName(method);
-    name.resize(18, ' ');
-    std::string row = name + cell(grouped(totals.answered), 10);
-    std::string below =
-        std::string(18, ' ') + cell(percentage(totals.answered, comparison.openings), 10);
+    const auto place = static_cast<size_t>(method);
+    const Estimates& estimates = comparison.methods[place];
+    const uint64_t answered = comparison.answered[place];
+    std::string row = methodName(method);
+    row.resize(18, ' ');
+    row += cell(grouped(answered), 10);
+    std::string below = cell(percentage(answered, comparison.counts.openings), 28);
     for (size_t i = 0; i < MEASURES; ++i) {
         const std::string value = valueText(i, estimates[i].value);
-        row += i == MRR ? cell(value, 17) : cell(grouped(hits[i]), 10) + cell(value, 8);
+        row += i == MRR ? cell(value, 17)
+                        : cell(grouped(comparison.counts.hits[place][i]), 10) + cell(value, 8);
         below += cell(intervalText(i, estimates[i]), i == MRR ? 17 : 18);
     }
     return row + "\n" + below + "\n";
@@ -74,8 +81,7 @@ std::string rivalLine(const Comparison& comparison, size_t measure) {
     const auto value = [&](Method method) {
         return valueText(measure, comparison.methods[static_cast<size_t>(method)][measure].value);
     };
-    std::string line = MEASURE_NAMES[measure];
-    line += ": ";
+    std::string line = measureName(measure) + ": ";
     if (lead.value < 0) {
         line += std::string(methodName(rule)) + " (" + value(rule) +
                 ") does better than the engine (" + value(Method::ENGINE) + ")";
@@ -98,8 +104,7 @@ double rounded(double value) {
 }
 
 Json estimateJson(const Estimate& estimate) {
-    Json object;
-    object["value"] = rounded(estimate.value);
+    Json object = {{"value", rounded(estimate.value)}};
     if (estimate.interval) {
         object["low"] = rounded(estimate.interval->low);
         object["high"] = rounded(estimate.interval->high);
@@ -117,28 +122,25 @@ std::string comparisonTable(const Comparison& comparison) {
     return text;
 }
 
-Json comparisonJson(const Comparison& comparison) {
-    Json object;
-    object["traces"] = comparison.traces;
-    object["openings"] = comparison.openings;
-    object["drawn"] = comparison.byTrace ? "traces" : "days";
-    object["units"] = comparison.units;
-    for (const Method method : METHODS) {
-        const MethodTotals& totals = comparison.totals[static_cast<size_t>(method)];
-        Json& entry = object["methods"][methodKey(method)];
-        entry = {{"answered", totals.answered},
-                 {"top1", totals.top1},
-                 {"top4", totals.top4},
-                 {"top8", totals.top8}};
+std::string comparisonJson(const Comparison& comparison) {
+    Json object = {{"traces", comparison.traces},
+                   {"openings", comparison.counts.openings},
+                   {"drawn", comparison.byTrace ? "traces" : "days"},
+                   {"units", comparison.units}};
+    for (size_t m = 0; m < METHODS.size(); ++m) {
+        Json& entry = object["methods"][methodKey(METHODS[m])];
+        entry["answered"] = comparison.answered[m];
+        for (size_t depth = 0; depth < DEPTHS.size(); ++depth) {
+            entry[depthKey(DEPTHS[depth])] = comparison.counts.hits[m][depth];
+        }
         for (size_t i = 0; i < MEASURES; ++i) {
-            entry["rates"][MEASURE_KEYS[i]] =
-                estimateJson(comparison.methods[static_cast<size_t>(method)][i]);
+            entry["rates"][measureKey(i)] = estimateJson(comparison.methods[m][i]);
         }
     }
     for (size_t i = 0; i < MEASURES; ++i) {
-        Json& entry = object["best_rule"][MEASURE_KEYS[i]];
-        entry["method"] = methodKey(comparison.rivals[i].rule);
-        entry["engine_lead"] = estimateJson(comparison.rivals[i].lead);
+        object["best_rule"][measureKey(i)] = {
+            {"method", methodKey(comparison.rivals[i].rule)},
+            {"engine_lead", estimateJson(comparison.rivals[i].lead)}};
     }
-    return object;
+    return jsonLine(object);
 }

@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "tools/common/JsonLine.h"
+#include "tools/compare/ComparisonTable.h"
 
 namespace {
 
@@ -15,7 +19,8 @@ constexpr size_t ORDER_1 = 5;
 
 void addDay(TraceScore& score, size_t method, const std::string& day, uint32_t rank,
             uint64_t times) {
-    for (uint64_t i = 0; i < times; ++i) score.methods[method].add(day, {9, rank, false});
+    score.methods[method].answered += times;
+    if (rank > 0) score.methods[method].ranks[day][rank] += times;
 }
 
 // Ten openings a day, of which the engine has `hits[day]` first and nobody else has any.
@@ -33,7 +38,7 @@ TraceScore trace(const std::string& name, const std::vector<uint64_t>& hits) {
 Comparison compareScores(const std::vector<TraceScore>& scores, uint64_t seed) {
     ScoreSum sum;
     for (const TraceScore& score : scores) sum.add(score);
-    return sum.compare(seed);
+    return compareMethods(sum, seed);
 }
 
 TEST(Comparison, AConstantHasNoSpread) {
@@ -93,7 +98,7 @@ TEST(Comparison, LeadsArePaired) {
 TEST(Comparison, TheOrderOfTheScoresDoesNotMatter) {
     TraceScore a = trace("a", {1, 2, 3});
     TraceScore b = trace("b", {9, 0, 4});
-    TraceScore other = trace("a", {5, 5, 0});  // of the same name
+    TraceScore other = trace("c", {5, 5, 0});
     addDay(a, ORDER_1, "2026-01-10", 3, 4);
     addDay(other, ORDER_1, "2026-01-11", 7, 2);
     EXPECT_EQ(comparisonTable(compareScores({a, b, other}, 5)),
@@ -113,7 +118,7 @@ TEST(Comparison, RatesAreOverAllOpenings) {
     addDay(score, ENGINE, "2026-01-10", 4, 1);
     addDay(score, ENGINE, "2026-01-11", 8, 2);
     addDay(score, ENGINE, "2026-01-11", 0, 5);
-    const Json engine = comparisonJson(compareScores({score}, 1))["methods"]["engine"];
+    const Json engine = Json::parse(comparisonJson(compareScores({score}, 1)))["methods"]["engine"];
     EXPECT_EQ(engine["answered"], 10);
     EXPECT_EQ(engine["top1"], 2);
     EXPECT_EQ(engine["top4"], 3);

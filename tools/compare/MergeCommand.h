@@ -2,5 +2,5 @@
 
 #include "tools/common/Verb.h"
 
-// ksbrain merge: the results of several runs of compare as those of one.
+// ksbrain merge: what compare found on several traces, added up.
 Verb makeMergeVerb();

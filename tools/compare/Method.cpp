@@ -1,17 +1,18 @@
 #include "tools/compare/Method.h"
 
 #include <algorithm>
+#include <memory>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 #include "platform/workstation/SettableEnvironment.h"
 #include "tools/common/DataDirectory.h"
 #include "tools/compare/PredictorAlone.h"
 #include "tools/compare/SimpleRule.h"
-#include "tools/replay/Replayer.h"
 
 namespace {
+
+using GoOn = std::function<bool(size_t row)>;
 
 struct MethodNames {
     const char* key;
@@ -29,25 +30,27 @@ constexpr MethodNames NAMES[] = {
 };
 static_assert(std::size(NAMES) == METHODS.size());
 
-// Holds each answer of a walk against the opening after it, and tells of trainings.
+// Holds each answer of a walk against the opening after it.
 class AnswerScorer {
   public:
-    AnswerScorer(const Trace& trace, const GuessListener& listener,
-                 const std::function<void(size_t row)>& trained)
-        : mTrace(trace), mListener(listener), mTrained(trained) {}
+    explicit AnswerScorer(const Trace& trace) : mTrace(trace) {}
 
-    // The walk is at the row, with so many trainings behind it.
-    bool atOpening(size_t row, const std::vector<std::string>& answer, bool network,
-                   int trainings) {
-        if (row > 0) passTrainings(row - 1, trainings);
-        mGuess.rank = rankOf(mTrace.name(row));
-        const bool goOn = mListener(row, mGuess);
+    // Where the walk is.
+    size_t row() const { return mRun.guesses.size(); }
+
+    // The walk is at the next row, with this answer after its opening and so many trainings behind.
+    void add(const std::vector<std::string>& answer, bool network, int trainings) {
+        if (row() > 0) passTrainings(trainings);
+        mGuess.rank = rankOf(mTrace.name(row()));
+        mRun.guesses.push_back(mGuess);
         mAnswer = answer;
         mGuess = {static_cast<uint32_t>(answer.size()), 0, network && !answer.empty()};
-        return goOn;
     }
 
-    void atEnd(int trainings) { passTrainings(mTrace.size() - 1, trainings); }
+    MethodRun finish(int trainings) {
+        passTrainings(trainings);
+        return std::move(mRun);
+    }
 
   private:
     // The Bayes model may name an application twice; the first time counts.
@@ -56,48 +59,63 @@ class AnswerScorer {
         return place == mAnswer.end() ? 0 : static_cast<uint32_t>(place - mAnswer.begin()) + 1;
     }
 
-    void passTrainings(size_t row, int trainings) {
-        for (; mTrainings < trainings; ++mTrainings) {
-            if (mTrained) mTrained(row);
-        }
+    void passTrainings(int trainings) {
+        mRun.trainings.resize(static_cast<size_t>(trainings), row() - 1);
     }
 
     const Trace& mTrace;
-    const GuessListener& mListener;
-    const std::function<void(size_t row)>& mTrained;
-    int mTrainings = 0;
+    MethodRun mRun;
     std::vector<std::string> mAnswer;
     Guess mGuess{0, 0, false};
 };
 
-bool runAlone(Method method, const Trace& trace, const ChargingPlan& plan,
-              const GuessListener& listener, const std::function<void(size_t row)>& trained) {
-    AnswerScorer scorer(trace, listener, trained);
+std::optional<MethodRun> runEngine(const Trace& trace, const ChargingPlan& plan, const GoOn& goOn) {
+    AnswerScorer scorer(trace);
+    const TemporaryDirectory directory;
+    Replayer replayer(plan, directory.path());
+    replayer.setStopped([&] { return !goOn(scorer.row()); });
+    const std::optional<ReplayResult> result =
+        replayer.run(trace, [&](size_t row, const std::vector<std::string>& answer) {
+            scorer.add(answer, replayer.networkAnswered(answer), replayer.trainings());
+            return goOn(row);
+        });
+    if (!result) return std::nullopt;
+    MethodRun run = scorer.finish(result->trainings);
+    run.bayes = result->bayes;
+    run.network = result->network;
+    return run;
+}
+
+std::optional<MethodRun> runAlone(bool network, const Trace& trace, const ChargingPlan& plan,
+                                  const GoOn& goOn) {
+    AnswerScorer scorer(trace);
     const TemporaryDirectory directory;
     environment::setDataDirectory(directory.path());
     environment::setNow(wholeSeconds(trace.time(0)));
-    const bool network = method == Method::NETWORK;
     const std::unique_ptr<PredictorAlone> predictor =
         network ? makeNetworkAlone() : makeBayesAlone();
     TraceWalk walk(trace, plan, *predictor);
+    walk.setStopped([&] { return !goOn(scorer.row()); });
     const bool complete = walk.run([&](size_t row, const std::vector<std::string>& answer) {
-        return scorer.atOpening(row, answer, network, predictor->trainings());
+        scorer.add(answer, network, predictor->trainings());
+        return goOn(row);
     });
-    if (!complete) return false;
-    scorer.atEnd(predictor->trainings());
-    return true;
+    if (!complete) return std::nullopt;
+    return scorer.finish(predictor->trainings());
 }
 
-bool runRule(Method method, const Trace& trace, const GuessListener& listener) {
+std::optional<MethodRun> runRule(Method method, const Trace& trace, const GoOn& goOn) {
     const std::unique_ptr<SimpleRule> rule = makeSimpleRule(method);
     std::unordered_map<std::string, uint32_t> numbers;  // in order of appearance
+    MethodRun run;
     for (size_t row = 0; row < trace.size(); ++row) {
+        if (!goOn(row)) return std::nullopt;
         const auto next = static_cast<uint32_t>(numbers.size());
         const uint32_t app = numbers.try_emplace(trace.name(row), next).first->second;
-        if (!listener(row, rule->guess(app))) return false;
+        run.guesses.push_back(rule->guess(app));
         rule->learn(app);
     }
-    return true;
+    return run;
 }
 
 }  // namespace
@@ -110,30 +128,9 @@ const char* methodName(Method method) {
     return NAMES[static_cast<size_t>(method)].name;
 }
 
-std::optional<ReplayResult> runEngine(const Trace& trace, const ChargingPlan& plan,
-                                      const GuessListener& listener,
-                                      const std::function<void(size_t row)>& trained) {
-    AnswerScorer scorer(trace, listener, trained);
-    const TemporaryDirectory directory;
-    Replayer replayer(plan, directory.path());
-    const std::optional<ReplayResult> result =
-        replayer.run(trace, [&](size_t row, const std::vector<std::string>& answer) {
-            return scorer.atOpening(row, answer, replayer.networkAnswered(answer),
-                                    replayer.trainings());
-        });
-    if (result) scorer.atEnd(result->trainings);
-    return result;
-}
-
-bool runMethod(Method method, const Trace& trace, const ChargingPlan& plan,
-               const GuessListener& listener, const std::function<void(size_t row)>& trained) {
-    switch (method) {
-        case Method::ENGINE:
-            return runEngine(trace, plan, listener, trained).has_value();
-        case Method::BAYES:
-        case Method::NETWORK:
-            return runAlone(method, trace, plan, listener, trained);
-        default:
-            return runRule(method, trace, listener);
-    }
+std::optional<MethodRun> runMethod(Method method, const Trace& trace, const ChargingPlan& plan,
+                                   const GoOn& goOn) {
+    if (isRule(method)) return runRule(method, trace, goOn);
+    if (method == Method::ENGINE) return runEngine(trace, plan, goOn);
+    return runAlone(method == Method::NETWORK, trace, plan, goOn);
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <vector>
 
 #include "tools/replay/Replayer.h"
 #include "tools/trace/Trace.h"
@@ -27,6 +28,11 @@ constexpr std::array<Method, 7> METHODS = {Method::ENGINE,    Method::BAYES,    
 const char* methodKey(Method method);
 const char* methodName(Method method);
 
+// Whether it is one of the simple rules.
+constexpr bool isRule(Method method) {
+    return method >= Method::MOST_USED;
+}
+
 // What a method said before an opening.
 struct Guess {
     uint32_t length;  // names on its list; 0 when it had no answer
@@ -34,18 +40,16 @@ struct Guess {
     bool network;     // whether the sequence network made the list
 };
 
-// Called for each opening in order, with what the method had said before it. Returning false stops
-// the run.
-using GuessListener = std::function<bool(size_t row, const Guess& guess)>;
+struct MethodRun {
+    std::vector<Guess> guesses;     // for each opening
+    std::vector<size_t> trainings;  // of the network that ended: the row of the opening before
+    // The engine's own counters at the end; none for the other methods.
+    PredictorScore bayes;
+    PredictorScore network;
+};
 
 // Runs the method over a trace, each opening predicted from what came before it only. The engine's
-// clock and data directory are the process's: one run at a time. `trained` is called when a
-// training of the network has ended, with the row of the opening before; it may be empty. Returns
-// false when the listener stopped it.
-bool runMethod(Method method, const Trace& trace, const ChargingPlan& plan,
-               const GuessListener& listener, const std::function<void(size_t row)>& trained = {});
-
-// The same for the engine, and its own counters at the end. Nothing when the listener stopped it.
-std::optional<ReplayResult> runEngine(const Trace& trace, const ChargingPlan& plan,
-                                      const GuessListener& listener,
-                                      const std::function<void(size_t row)>& trained = {});
+// clock and data directory are the process's: one run at a time. `goOn` is asked at each row, and
+// again while a training there is waited for. Returns nothing when it said no.
+std::optional<MethodRun> runMethod(Method method, const Trace& trace, const ChargingPlan& plan,
+                                   const std::function<bool(size_t row)>& goOn);

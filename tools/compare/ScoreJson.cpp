@@ -1,165 +1,205 @@
-#include <charconv>
+#include "tools/compare/ScoreJson.h"
+
+#include <cstdlib>
+#include <ctime>
+#include <nlohmann/json.hpp>
 
 #include "tools/common/InputError.h"
+#include "tools/common/JsonLine.h"
 #include "tools/common/Text.h"
-#include "tools/compare/TraceScore.h"
-#include "tools/trace/LocalTime.h"
-
-// scoreJson() and parseScore().
 
 namespace {
 
 // More openings than anybody makes, and few enough to add up many traces.
-constexpr uint64_t MAX_COUNT = 1'000'000'000'000;
+constexpr uint64_t MAX_OPENINGS = 1'000'000'000'000;
 
-const Json& member(const Json& object, const char* key, const std::string& place) {
-    if (!object.is_object()) throw InputError(place + " is no object");
-    const auto found = object.find(key);
-    if (found == object.end()) throw InputError(place + " has no " + inQuotes(key));
-    return *found;
+// Counts by something are an object in JSON, other counts a list.
+
+const std::string& keyText(const std::string& key) {
+    return key;
 }
 
-const Json& objectMember(const Json& object, const char* key, const std::string& place) {
-    const Json& value = member(object, key, place);
-    if (!value.is_object()) throw InputError(inQuotes(key) + " of " + place + " is no object");
-    return value;
+std::string keyText(uint32_t key) {
+    return std::to_string(key);
 }
 
-uint64_t count(const Json& value, const std::string& what) {
-    // A literal that is not negative is held as unsigned.
-    if (!value.is_number_unsigned() || value.get<uint64_t>() > MAX_COUNT) {
-        throw InputError(what + " is no whole number from 0 to a million millions");
-    }
-    return value.get<uint64_t>();
-}
-
-uint64_t countMember(const Json& object, const char* key, const std::string& place) {
-    return count(member(object, key, place), inQuotes(key) + " of " + place);
-}
-
-bool isDay(const std::string& text) {
-    if (text.size() != 10 || text[4] != '-' || text[7] != '-') return false;
-    ClockReading reading;
-    const auto number = [&](size_t begin, size_t end, int& value) {
-        const char* const last = text.data() + end;
-        const auto result = std::from_chars(text.data() + begin, last, value);
-        return result.ec == std::errc() && result.ptr == last && text[begin] != '-';
-    };
-    return number(0, 4, reading.year) && number(5, 7, reading.month) &&
-           number(8, 10, reading.day) && exists(reading);
-}
-
-uint32_t parseRank(const std::string& text, const std::string& place) {
-    uint32_t rank = 0;
-    const char* const last = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), last, rank);
-    if (result.ec != std::errc() || result.ptr != last || rank == 0 || text[0] == '0') {
-        throw InputError(place + " has " + inQuotes(text) + " where a rank should stand");
-    }
-    return rank;
-}
-
-uint64_t sum(const RankCounts& counts) {
-    uint64_t total = 0;
-    for (const auto& [rank, times] : counts) total += times;
-    return total;
-}
-
-RankCounts parseRanks(const Json& object, uint64_t openings, const std::string& place) {
-    if (!object.is_object()) throw InputError(place + " is no object");
-    RankCounts counts;
-    for (const auto& [text, value] : object.items()) {
-        const uint32_t rank = parseRank(text, place);
-        counts[rank] = count(value, "the count at rank " + text + " of " + place);
-        if (counts[rank] > openings)
-            throw InputError(place + " holds more than the day's openings");
-    }
-    if (sum(counts) > openings) throw InputError(place + " holds more than the day's openings");
+template <typename Counts>
+Json countsJson(const Counts& counts) {
     return counts;
 }
 
-void checkTotal(uint64_t total, uint32_t ranks, const MethodScore& score, const char* key,
-                const std::string& place) {
-    uint64_t expected = 0;
-    for (const auto& [day, counts] : score.ranks) {
-        for (const auto& [rank, times] : counts) expected += rank <= ranks ? times : 0;
-    }
-    if (total == expected) return;
-    throw InputError(inQuotes(key) + " of " + place + " is " + std::to_string(total) +
-                     ", but its ranks hold " + std::to_string(expected));
+Json countsJson(const HitCounts& counts) {
+    return {counts.openings, counts.hits};
 }
 
-MethodScore parseMethod(const Json& object, const TraceScore& trace, const std::string& place) {
-    MethodScore score;
-    score.answered = countMember(object, "answered", place);
-    score.top1 = countMember(object, "top1", place);
-    score.top4 = countMember(object, "top4", place);
-    score.top8 = countMember(object, "top8", place);
-    uint64_t ranked = 0;
-    for (const auto& [day, counts] : objectMember(object, "ranks", place).items()) {
-        const auto openings = trace.openings.find(day);
-        if (openings == trace.openings.end()) {
-            throw InputError(place + " has ranks on " + inQuotes(day) + ", a day without openings");
+template <typename Key, typename Counts>
+Json countsJson(const std::map<Key, Counts>& counts) {
+    Json object = Json::object();
+    for (const auto& [key, value] : counts) object[keyText(key)] = countsJson(value);
+    return object;
+}
+
+Json countsJson(const MethodScores& methods) {
+    Json object;
+    for (size_t i = 0; i < METHODS.size(); ++i) {
+        Json& method = object[methodKey(METHODS[i])];
+        method["answered"] = methods[i].answered;
+        for (const uint32_t depth : DEPTHS) {
+            uint64_t hits = 0;
+            for (const auto& [day, ranks] : methods[i].ranks) {
+                for (const auto& [rank, count] : ranks) hits += rank <= depth ? count : 0;
+            }
+            method[depthKey(depth)] = hits;
         }
-        RankCounts& ranks = score.ranks[day];
-        ranks = parseRanks(counts, openings->second, place + " on " + day);
-        ranked += sum(ranks);
+        method["ranks"] = countsJson(methods[i].ranks);
     }
-    checkTotal(score.top1, 1, score, "top1", place);
-    checkTotal(score.top4, 4, score, "top4", place);
-    checkTotal(score.top8, 8, score, "top8", place);
-    uint64_t openings = 0;
-    for (const auto& [day, number] : trace.openings) openings += number;
-    if (score.answered < ranked || score.answered > openings) {
-        throw InputError("\"answered\" of " + place + " is " + std::to_string(score.answered) +
-                         ", with " + std::to_string(openings) + " openings, " +
-                         std::to_string(ranked) + " of them on its list");
+    return object;
+}
+
+Json scoreJson(const TraceScore& score) {
+    Json object = {{"name", score.name}, {"charging", score.charging}};
+    TraceScore::forEachCount(
+        [&](const char* key, auto member) { object[key] = countsJson(score.*member); });
+    return object;
+}
+
+// Reading takes what it can: parseScore() looks whether that was all.
+
+void readKey(const std::string& text, std::string& key) {
+    key = text;
+}
+
+void readKey(const std::string& text, uint32_t& key) {
+    key = static_cast<uint32_t>(strtoul(text.c_str(), nullptr, 10));
+}
+
+template <typename Counts>
+void read(const Json& json, Counts& to) {
+    json.get_to(to);
+}
+
+void read(const Json& json, HitCounts& to) {
+    json.at(0).get_to(to.openings);
+    json.at(1).get_to(to.hits);
+}
+
+template <typename Key, typename Counts>
+void read(const Json& json, std::map<Key, Counts>& to) {
+    for (const auto& [text, value] : json.items()) {
+        Key key;
+        readKey(text, key);
+        read(value, to[key]);
     }
+}
+
+void read(const Json& json, MethodScores& to) {
+    for (size_t i = 0; i < METHODS.size(); ++i) {
+        const Json& method = json.at(methodKey(METHODS[i]));
+        method.at("answered").get_to(to[i].answered);
+        read(method.at("ranks"), to[i].ranks);
+    }
+}
+
+TraceScore readScore(const Json& json) {
+    TraceScore score;
+    json.at("name").get_to(score.name);
+    json.at("charging").get_to(score.charging);
+    TraceScore::forEachCount(
+        [&](const char* key, auto member) { read(json.at(key), score.*member); });
     return score;
 }
 
-Json methodJson(const MethodScore& score) {
-    Json ranks = Json::object();
-    for (const auto& [day, counts] : score.ranks) {
-        Json histogram = Json::object();
-        for (const auto& [rank, times] : counts) histogram[std::to_string(rank)] = times;
-        ranks[day] = std::move(histogram);
+[[noreturn]] void refuse(const std::string& what) {
+    throw InputError("is no score: " + what);
+}
+
+// What was read must be what would be written, whatever the order of the members.
+void checkNothingElse(const nlohmann::json& given, const nlohmann::json& read) {
+    if (given.dump() == read.dump()) return;
+    const nlohmann::json changes = nlohmann::json::diff(read, given);
+    // A number below 0 is taken for the count that has the same bits.
+    const std::string place = changes.empty() ? "a number" : changes[0]["path"];
+    refuse(printable(place) + " is wrong");
+}
+
+// The parts must be of the same openings.
+
+bool isDay(const std::string& text) {
+    tm date{};
+    if (strptime(text.c_str(), "%Y-%m-%d", &date) == nullptr) return false;
+    timegm(&date);  // makes a day that its month has not one of the next month
+    char again[32];
+    strftime(again, sizeof(again), "%Y-%m-%d", &date);
+    return again == text;
+}
+
+uint64_t openingsOf(uint64_t count) {
+    return count;
+}
+
+uint64_t openingsOf(const HitCounts& counts) {
+    return counts.openings;
+}
+
+uint64_t openingsOf(const AnswerCounts& counts) {
+    return counts[BY_BAYES] + counts[BY_NETWORK] + counts[NO_ANSWER];
+}
+
+template <typename Key, typename Counts>
+uint64_t openingsOf(const std::map<Key, Counts>& counts) {
+    uint64_t total = 0;
+    for (const auto& [key, value] : counts) total += openingsOf(value);
+    return total;
+}
+
+// How many openings it has on that day.
+uint64_t openingsOn(const std::string& day, const TraceScore& score) {
+    const auto found = score.openings.find(day);
+    return found == score.openings.end() ? 0 : found->second;
+}
+
+bool addsUp(const MethodScore& method, const TraceScore& score) {
+    for (const auto& [day, ranks] : method.ranks) {
+        if (ranks.count(0) > 0 || openingsOf(ranks) > openingsOn(day, score)) return false;
     }
-    return {{"answered", score.answered},
-            {"top1", score.top1},
-            {"top4", score.top4},
-            {"top8", score.top8},
-            {"ranks", std::move(ranks)}};
+    return method.answered >= openingsOf(method.ranks) &&
+           method.answered <= openingsOf(score.openings);
+}
+
+void check(const TraceScore& score) {
+    for (const auto& [day, count] : score.openings) {
+        if (!isDay(day)) refuse(inQuotes(day) + " is no day");
+    }
+    const uint64_t openings = openingsOf(score.openings);
+    if (openings == 0 || openings > MAX_OPENINGS) refuse("no openings, or too many");
+    for (size_t i = 0; i < METHODS.size(); ++i) {
+        if (addsUp(score.methods[i], score)) continue;
+        refuse(inQuotes(methodKey(METHODS[i])) + " has more answers or ranks than openings");
+    }
+    bool same = openingsOf(score.hours) == openings && openingsOf(score.stretches) == openings &&
+                openingsOf(score.lengths) == openings;
+    for (const auto& [day, counts] : score.answers) {
+        same = same && openingsOf(counts) == openingsOn(day, score);
+    }
+    if (!same) refuse("hours, stretches, answers or lengths are not of the same openings");
 }
 
 }  // namespace
 
-Json scoreJson(const TraceScore& score) {
-    Json openings = Json::object();
-    for (const auto& [day, number] : score.openings) openings[day] = number;
-    Json methods = Json::object();
-    for (const Method method : METHODS) {
-        methods[methodKey(method)] = methodJson(score.methods[static_cast<size_t>(method)]);
-    }
-    return {
-        {"name", score.name}, {"openings", std::move(openings)}, {"methods", std::move(methods)}};
+std::string scoreLine(const TraceScore& score) {
+    return jsonLine(scoreJson(score));
 }
 
-TraceScore parseScore(const Json& object) {
-    TraceScore score;
-    const Json& name = member(object, "name", "the score");
-    if (!name.is_string()) throw InputError("\"name\" of the score is no text");
-    score.name = name.get<std::string>();
-    for (const auto& [day, number] : objectMember(object, "openings", "the score").items()) {
-        if (!isDay(day)) throw InputError(inQuotes(day) + " is no day like 2026-03-01");
-        score.openings[day] = count(number, "the openings on " + day);
+TraceScore parseScore(const std::string& line) {
+    const Json json = Json::parse(line, nullptr, false);
+    if (json.is_discarded()) throw InputError("is no JSON: " + inQuotes(line));
+    try {
+        const TraceScore score = readScore(json);
+        checkNothingElse(json, scoreJson(score));
+        check(score);
+        return score;
+    } catch (const Json::exception& error) {
+        const std::string what = error.what();  // "[json.exception...] key 'name' not found"
+        refuse(what.substr(what.find(' ') + 1));
     }
-    if (score.openings.empty()) throw InputError("the score has no openings");
-    const Json& methods = objectMember(object, "methods", "the score");
-    for (const Method method : METHODS) {
-        const char* const key = methodKey(method);
-        score.methods[static_cast<size_t>(method)] =
-            parseMethod(member(methods, key, "\"methods\""), score, inQuotes(key));
-    }
-    return score;
 }

@@ -26,16 +26,6 @@ void SimpleRule::learn(uint32_t app) {
 
 namespace {
 
-class MostUsed : public SimpleRule {
-    void count(uint32_t app) override {
-        mCounts.resize(known());
-        ++mCounts[app];
-    }
-    std::vector<Score> scores() const override { return mCounts; }
-
-    std::vector<Score> mCounts;
-};
-
 class MostRecent : public SimpleRule {
     void count(uint32_t app) override {
         mLast.resize(known());
@@ -47,7 +37,7 @@ class MostRecent : public SimpleRule {
     std::vector<Score> mLast;
 };
 
-// Counts of what followed the last one, two, ... applications, interpolated with absolute
+// Counts of what followed the last none, one, two, ... applications, interpolated with absolute
 // discounting: p_k(x) = max(c(x) - D, 0)/n + (D t/n) p_(k-1)(x), where p_0 is the plain frequency,
 // D = 3/4, and n openings of t distinct applications have followed the context. A context that
 // nothing has followed leaves the shorter one's.
@@ -108,7 +98,7 @@ class FollowerCounts : public SimpleRule {
 std::unique_ptr<SimpleRule> makeSimpleRule(Method method) {
     switch (method) {
         case Method::MOST_USED:
-            return std::make_unique<MostUsed>();
+            return std::make_unique<FollowerCounts>(0);
         case Method::MOST_RECENT:
             return std::make_unique<MostRecent>();
         case Method::ORDER_1:

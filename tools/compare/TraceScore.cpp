@@ -1,53 +1,108 @@
 #include "tools/compare/TraceScore.h"
 
+#include <ctime>
+#include <vector>
+
 namespace {
 
-// Where an opening is counted: its day in the trace.
-std::vector<std::string> daysOf(const Trace& trace) {
-    std::vector<std::string> days;
-    days.reserve(trace.size());
-    time_t before = 0;
-    for (size_t row = 0; row < trace.size(); ++row) {
-        const time_t moment = wholeSeconds(trace.time(row));
-        days.push_back(row > 0 && moment == before ? days.back() : localDay(moment));
-        before = moment;
-    }
-    return days;
-}
+// Where an opening is counted.
+struct Place {
+    std::string day;
+    std::array<HitCounts*, 3> counts;
+};
 
-}  // namespace
-
-void MethodScore::add(const std::string& day, const Guess& guess) {
-    if (guess.length > 0) ++answered;
-    if (guess.rank == 0) return;
-    if (guess.rank <= 1) ++top1;
-    if (guess.rank <= 4) ++top4;
-    if (guess.rank <= 8) ++top8;
-    ++ranks[day][guess.rank];
-}
-
-std::string localDay(time_t moment) {
-    struct tm local {};
+// By the clock on the wall.
+tm localReading(TraceTime time) {
+    const time_t moment = wholeSeconds(time);
+    tm local{};
     localtime_r(&moment, &local);
+    return local;
+}
+
+std::string dayText(const tm& local) {
     char text[32];
     strftime(text, sizeof(text), "%Y-%m-%d", &local);
     return text;
 }
 
-std::optional<TraceScore> scoreTrace(const NamedTrace& trace, const ChargingPlan& plan,
-                                     const std::function<bool()>& stopped) {
+// Counts the openings, each at its places.
+std::vector<Place> countOpenings(const Trace& trace, TraceScore& score) {
+    std::vector<Place> places;
+    places.reserve(trace.size());
+    for (size_t row = 0; row < trace.size(); ++row) {
+        const tm local = localReading(trace.time(row));
+        const auto hour = static_cast<uint32_t>((local.tm_wday + 6) % 7 * 24 + local.tm_hour);
+        places.push_back({dayText(local),
+                          {&score.hours[hour], &score.stretches[stretchOf(row + 1)],
+                           &score.apps[trace.name(row)]}});
+        ++score.openings[places.back().day];
+        for (HitCounts* const counts : places.back().counts) ++counts->openings;
+    }
+    return places;
+}
+
+void countGuesses(size_t method, const std::vector<Guess>& guesses,
+                  const std::vector<Place>& places, MethodScore& score) {
+    for (size_t row = 0; row < guesses.size(); ++row) {
+        const Guess& guess = guesses[row];
+        if (guess.length > 0) ++score.answered;
+        if (guess.rank == 0) continue;
+        ++score.ranks[places[row].day][guess.rank];
+        for (HitCounts* const counts : places[row].counts) counts->addHits(method, guess.rank);
+    }
+}
+
+void countAnswers(const MethodRun& engine, const std::vector<Place>& places, TraceScore& score) {
+    for (size_t row = 0; row < engine.guesses.size(); ++row) {
+        const Guess& guess = engine.guesses[row];
+        const Answer answer = guess.length == 0 ? NO_ANSWER : guess.network ? BY_NETWORK : BY_BAYES;
+        ++score.answers[places[row].day][answer];
+        ++score.lengths[guess.length][answer];
+    }
+    for (const size_t row : engine.trainings) ++score.answers[places[row].day][TRAININGS];
+}
+
+std::array<uint64_t, 3> ownCounts(const PredictorScore& score) {
+    const auto whole = [](int count) { return static_cast<uint64_t>(count); };
+    return {whole(score.opened), whole(score.top1), whole(score.top4)};
+}
+
+}  // namespace
+
+void TraceScore::add(const TraceScore& other) {
+    forEachCount([&](const char*, auto member) { addCounts(this->*member, other.*member); });
+}
+
+uint32_t stretchOf(uint64_t opening) {
+    uint32_t stretch = 0;
+    while (lastOfStretch(stretch) < opening) ++stretch;
+    return stretch;
+}
+
+uint64_t lastOfStretch(uint32_t stretch) {
+    constexpr uint64_t STEPS[] = {10, 20, 50};
+    uint64_t last = STEPS[stretch % 3];
+    for (uint32_t i = 0; i < stretch / 3; ++i) last *= 10;
+    return last;
+}
+
+std::optional<TraceScore> scoreTrace(const NamedTrace& named, const ChargingPlan& plan,
+                                     const std::function<bool(size_t done)>& goOn) {
+    const Trace& trace = named.trace;
     TraceScore score;
-    score.name = trace.name;
-    const std::vector<std::string> days = daysOf(trace.trace);
-    for (const std::string& day : days) ++score.openings[day];
-    for (const Method method : METHODS) {
-        MethodScore& counts = score.methods[static_cast<size_t>(method)];
-        const bool complete =
-            runMethod(method, trace.trace, plan, [&](size_t row, const Guess& guess) {
-                counts.add(days[row], guess);
-                return !stopped();
-            });
-        if (!complete) return std::nullopt;
+    score.name = named.name;
+    score.charging = plan.text();
+    const std::vector<Place> places = countOpenings(trace, score);
+    for (size_t method = 0; method < METHODS.size(); ++method) {
+        const std::optional<MethodRun> run =
+            runMethod(METHODS[method], trace, plan,
+                      [&](size_t row) { return goOn(method * trace.size() + row); });
+        if (!run) return std::nullopt;
+        countGuesses(method, run->guesses, places, score.methods[method]);
+        if (METHODS[method] != Method::ENGINE) continue;
+        countAnswers(*run, places, score);
+        score.own[BY_BAYES] = ownCounts(run->bayes);
+        score.own[BY_NETWORK] = ownCounts(run->network);
     }
     return score;
 }

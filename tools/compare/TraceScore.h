@@ -2,49 +2,56 @@
 
 #include <array>
 #include <cstdint>
-#include <ctime>
 #include <functional>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "tools/common/JsonLine.h"
-#include "tools/compare/Method.h"
+#include "tools/compare/Counts.h"
 #include "tools/trace/TraceFile.h"
 
-// How often an opening stood at each rank of a method's list, from 1; openings that were not on it
-// do not count.
-using RankCounts = std::map<uint32_t, uint64_t>;
-
-// A method's whole-number counts on one trace; hit rates, the mean reciprocal rank and intervals
-// are computed from these alone.
-struct MethodScore {
-    uint64_t answered = 0;  // openings before which it had an answer
-    uint64_t top1 = 0;
-    uint64_t top4 = 0;
-    uint64_t top8 = 0;
-    std::map<std::string, RankCounts> ranks;  // by day, "2026-03-01" in local time
-
-    // Takes in what the method said before an opening on that day.
-    void add(const std::string& day, const Guess& guess);
-};
-
+// How the methods did on one trace: counts only, of which all that is printed and shown is made.
+// Those of several traces add up to one of all of them.
 struct TraceScore {
     std::string name;
-    std::map<std::string, uint64_t> openings;  // by day, as above
-    std::array<MethodScore, METHODS.size()> methods;
+    std::string charging;                      // the plan
+    std::map<std::string, uint64_t> openings;  // by day, "2026-03-01" in local time
+    MethodScores methods;
+    std::map<uint32_t, HitCounts> hours;      // of the week, 0 on Monday at 00:00 local time
+    std::map<uint32_t, HitCounts> stretches;  // see stretchOf()
+    std::map<std::string, HitCounts> apps;
+    // The engine's answers, by day and by length of the list, and its own counters.
+    std::map<std::string, AnswerCounts> answers;
+    std::map<uint32_t, AnswerCounts> lengths;
+    OwnCounts own{};
+
+    // Adds the other's counts; name and plan stay.
+    void add(const TraceScore& other);
+
+    // Calls visit("openings", &TraceScore::openings), with the key in JSON, and so on for all
+    // counts.
+    template <typename Visit>
+    static void forEachCount(const Visit& visit) {
+        visit("openings", &TraceScore::openings);
+        visit("methods", &TraceScore::methods);
+        visit("hours", &TraceScore::hours);
+        visit("stretches", &TraceScore::stretches);
+        visit("apps", &TraceScore::apps);
+        visit("answers", &TraceScore::answers);
+        visit("lengths", &TraceScore::lengths);
+        visit("own", &TraceScore::own);
+    }
 };
 
-// The day of a moment by the clock on the wall, "2026-03-01".
-std::string localDay(time_t moment);
+constexpr uint32_t HOURS_OF_WEEK = 7 * 24;
 
-// Runs every method over the trace. Nothing when `stopped` asked to give up.
+// A trace's openings fall into stretches that grow with it, so that a logarithmic axis shows them
+// evenly: openings 1 to 10, 11 to 20, 21 to 50, 51 to 100, 101 to 200, ... Openings are counted
+// from 1, stretches from 0.
+uint32_t stretchOf(uint64_t opening);
+uint64_t lastOfStretch(uint32_t stretch);
+
+// Runs every method over the trace. `goOn` is asked again and again, with how many of the trace's
+// rows are behind in all runs together. Returns nothing when it said no.
 std::optional<TraceScore> scoreTrace(const NamedTrace& trace, const ChargingPlan& plan,
-                                     const std::function<bool()>& stopped);
-
-// One object, from which the score can be read back. Reading throws InputError, saying what is
-// wrong.
-Json scoreJson(const TraceScore& score);
-TraceScore parseScore(const Json& object);
+                                     const std::function<bool(size_t done)>& goOn);

@@ -2,26 +2,45 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+
 #include "tools/common/InputError.h"
+#include "tools/common/JsonLine.h"
+#include "tools/compare/ScoreJson.h"
 
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::Pair;
 
 // Every method has had the same luck.
 Json goodScore() {
     const Json method = Json::parse(R"({"answered":9,"top1":3,"top4":5,"top8":6,)"
                                     R"("ranks":{"2026-03-01":{"1":3,"4":2},)"
                                     R"("2026-03-02":{"5":1,"12":2}}})");
-    Json score = Json::parse(R"({"name":"a.csv#2","openings":{"2026-03-01":7,"2026-03-02":4}})");
+    Json score = Json::parse(R"({"name":"a.csv#2","charging":"23:00-07:00",)"
+                             R"("openings":{"2026-03-01":7,"2026-03-02":4}})");
     for (const Method each : METHODS) score["methods"][methodKey(each)] = method;
+    const Json hits = std::vector<std::array<int, 3>>(METHODS.size(), {3, 5, 6});
+    score["hours"]["167"] = {11, hits};
+    score["stretches"] = {{"0", {10, hits}}, {"1", {1, hits}}};
+    score["apps"] = {{"com.a", {6, hits}}, {"com.b", {5, hits}}};
+    score["answers"] = Json::parse(R"({"2026-03-01":[5,0,2,0],"2026-03-02":[0,4,0,1]})");
+    score["lengths"] = Json::parse(R"({"0":[0,0,2,0],"9":[5,4,0,0]})");
+    score["own"] = Json::parse("[[5,3,4],[4,0,1]]");
     return score;
 }
 
 TEST(TraceScore, IsReadBackAsItWasWritten) {
-    const TraceScore score = parseScore(goodScore());
+    const TraceScore score = parseScore(goodScore().dump());
     EXPECT_EQ(score.methods[6].ranks.at("2026-03-02"), (RankCounts{{5, 1}, {12, 2}}));
-    EXPECT_EQ(jsonLine(scoreJson(score)), jsonLine(goodScore()));
+    EXPECT_EQ(scoreLine(score), jsonLine(goodScore()));
+    Json otherOrder = goodScore();
+    otherOrder.erase("name");
+    otherOrder["name"] = "a.csv#2";
+    EXPECT_EQ(scoreLine(parseScore(otherOrder.dump())), jsonLine(goodScore()));
 }
 
 TEST(TraceScore, WhatCannotBeIsRefused) {
@@ -30,31 +49,35 @@ TEST(TraceScore, WhatCannotBeIsRefused) {
         const char* value;  // empty to take the member away
         const char* message;
     } cases[] = {
-        {"", "[]", "the score is no object"},
-        {"/name", "", "has no \"name\""},
-        {"/name", "5", "\"name\" of the score is no text"},
-        {"/openings", "7", "\"openings\" of the score is no object"},
-        {"/openings", "{}", "has no openings"},
+        {"", "[]", "is no score"},
+        {"", "{\"traces\":1}", "'name' not found"},
+        {"/name", "5", "must be string"},
+        {"/comment", "5", "/comment is wrong"},
+        {"/openings", "7", "/openings is wrong"},
+        {"/openings", "{}", "no openings"},
         {"/openings/2026-02-30", "1", "\"2026-02-30\" is no day"},
         {"/openings/2026-3-01", "1", "is no day"},
-        {"/openings/2026-03-01", "-7", "no whole number"},
-        {"/openings/2026-03-01", "7.5", "no whole number"},
-        {"/openings/2026-03-01", "18446744073709551615", "no whole number"},
-        {"/openings/2026-03-01", "4", "\"engine\" on 2026-03-01 holds more"},
-        {"/openings/2026-03-01", "0", "\"engine\" on 2026-03-01 holds more"},
-        {"/methods/order_2", "", "has no \"order_2\""},
-        {"/methods/bayes", "null", "\"bayes\" is no object"},
-        {"/methods/bayes/answered", "", "has no \"answered\""},
-        {"/methods/bayes/answered", "12", "with 11 openings, 8 of them on its list"},
-        {"/methods/bayes/answered", "7", "with 11 openings, 8 of them on its list"},
-        {"/methods/bayes/top1", "2", "\"top1\" of \"bayes\" is 2, but its ranks hold 3"},
-        {"/methods/bayes/top4", "6", "\"top4\" of \"bayes\" is 6, but its ranks hold 5"},
-        {"/methods/bayes/top8", "\"6\"", "no whole number"},
-        {"/methods/bayes/ranks/2026-03-03", "{\"1\":1}", "a day without openings"},
-        {"/methods/bayes/ranks/2026-03-01", "[3]", "is no object"},
-        {"/methods/bayes/ranks/2026-03-01/0", "1", "where a rank should stand"},
-        {"/methods/bayes/ranks/2026-03-01/01", "1", "where a rank should stand"},
-        {"/methods/bayes/ranks/2026-03-01/4294967296", "1", "where a rank should stand"},
+        {"/openings/2026-03-01", "-7", "is wrong"},
+        {"/openings/2026-03-01", "7.5", "/openings/2026-03-01 is wrong"},
+        {"/openings/2026-03-01", "18446744073709551000", "too many"},
+        {"/openings/2026-03-01", "4", "\"engine\" has more answers or ranks than openings"},
+        {"/methods/order_2", "", "'order_2' not found"},
+        {"/methods/bayes", "null", "is no score"},
+        {"/methods/bayes/answered", "", "'answered' not found"},
+        {"/methods/bayes/answered", "12", "\"bayes\" has more answers"},
+        {"/methods/bayes/answered", "7", "\"bayes\" has more answers or ranks"},
+        {"/methods/bayes/top1", "2", "/methods/bayes/top1 is wrong"},
+        {"/methods/bayes/top8", "\"6\"", "/methods/bayes/top8 is wrong"},
+        {"/methods/bayes/ranks/2026-03-03", "{\"40\":1}", "\"bayes\" has more"},
+        {"/methods/bayes/ranks/2026-03-01", "[3]", "is wrong"},
+        {"/methods/bayes/ranks/2026-03-01/0", "1", "is wrong"},
+        {"/methods/bayes/ranks/2026-03-01/050", "1", "is wrong"},
+        {"/methods/bayes/ranks/2026-03-01/4294967297", "1", "is wrong"},
+        {"/hours/167/0", "10", "hours, stretches, answers or lengths"},
+        {"/lengths", "{}", "hours, stretches, answers or lengths"},
+        {"/answers/2026-03-01/0", "6", "hours, stretches, answers or lengths"},
+        {"/own/1", "[1,2]", "is no score"},
+        {"/apps/com.a", "[6]", "is no score"},
     };
     for (const auto& [pointer, value, message] : cases) {
         Json score = goodScore();
@@ -65,12 +88,45 @@ TEST(TraceScore, WhatCannotBeIsRefused) {
             score[place.parent_pointer()].erase(place.back());
         }
         try {
-            parseScore(score);
+            parseScore(score.dump());
             ADD_FAILURE() << pointer << " " << value;
         } catch (const InputError& error) {
             EXPECT_THAT(error.what(), HasSubstr(message)) << pointer << " " << value;
         }
     }
+}
+
+constexpr TraceTime START = std::chrono::seconds(1709280000);  // a Friday, 08:00 UTC
+
+TEST(TraceScore, CountsByLocalTime) {
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+    tzset();
+    Trace trace;
+    for (const int hour : {0, 1, 22, 23, 25}) {  // UTC; midnight comes an hour before
+        trace.add(START - std::chrono::hours(8) + std::chrono::hours(hour),
+                  hour % 2 == 0 ? "a" : "b");
+    }
+    const auto score =
+        scoreTrace({"t", trace}, ChargingPlan::always(), [](size_t) { return true; });
+    setenv("TZ", "UTC", 1);
+    tzset();
+    EXPECT_THAT(score->openings, ElementsAre(Pair("2024-03-01", 3), Pair("2024-03-02", 2)));
+    constexpr auto RECENT = static_cast<size_t>(Method::MOST_RECENT);
+    const MethodScore& recent = score->methods[RECENT];
+    EXPECT_EQ(recent.answered, 3U);
+    EXPECT_EQ(recent.ranks.at("2024-03-01"), (RankCounts{{1, 1}}));
+    EXPECT_EQ(recent.ranks.at("2024-03-02"), (RankCounts{{1, 1}}));  // not the one in front
+    constexpr uint32_t FRIDAY = 4 * 24;
+    EXPECT_EQ(score->hours.at(FRIDAY + 23).hits[RECENT][0], 1U);
+    EXPECT_EQ(score->hours.at(FRIDAY + 24).openings, 1U);
+    EXPECT_EQ(score->apps.at("b").openings, 3U);
+    EXPECT_EQ(score->charging, "always");
+}
+
+TEST(TraceScore, StretchesEndAtRoundNumbers) {
+    const std::pair<uint64_t, uint64_t> cases[] = {{1, 10},   {10, 10},   {11, 20},     {50, 50},
+                                                   {51, 100}, {101, 200}, {9999, 10000}};
+    for (const auto& [opening, last] : cases) EXPECT_EQ(lastOfStretch(stretchOf(opening)), last);
 }
 
 }  // namespace

@@ -23,10 +23,9 @@ namespace {
 constexpr std::string_view PLACE = "<!--DATA-->";
 
 // JSON that no HTML parser sees an end of the script or a comment in, whatever the names in it.
-std::string scriptJson(const Json& data) {
-    const std::string text = data.dump(-1, ' ', true, Json::error_handler_t::replace);
+std::string scriptJson(const std::string& data) {
     std::string result;
-    for (const char c : text) {
+    for (const char c : data) {
         if (c == '<') {
             result += "\\u003c";
         } else {
@@ -38,7 +37,7 @@ std::string scriptJson(const Json& data) {
 
 }  // namespace
 
-std::string makePage(const Json& data) {
+std::string makePage(const std::string& data) {
     std::string page(ksbrainReportPage, ksbrainReportPageEnd);
     const size_t place = page.find(PLACE);
     if (place == std::string::npos)

@@ -1,12 +1,11 @@
-// ReportSum::pageData(): shapes the sums into what each chart shows.
+#include "tools/report/PageData.h"
 
 #include <algorithm>
-#include <set>
+#include <nlohmann/json.hpp>
 
+#include "tools/common/JsonLine.h"
 #include "tools/compare/Comparison.h"
 #include "tools/report/Periods.h"
-#include "tools/report/ReportSum.h"
-#include "tools/report/Stretch.h"
 
 namespace {
 
@@ -25,11 +24,12 @@ Json rowJson(const HitCounts& counts) {
 }
 
 Json answerJson(const AnswerCounts& counts) {
-    return {{"bayes", counts.bayes}, {"network", counts.network}, {"none", counts.none}};
+    return {
+        {"bayes", counts[BY_BAYES]}, {"network", counts[BY_NETWORK]}, {"none", counts[NO_ANSWER]}};
 }
 
-Json predictorJson(const PredictorScore& score) {
-    return {{"opened", score.opened}, {"top1", score.top1}, {"top4", score.top4}};
+Json ownJson(const std::array<uint64_t, 3>& counts) {
+    return {{"opened", counts[0]}, {"top1", counts[1]}, {"top4", counts[2]}};
 }
 
 std::string fileName(const std::string& path) {
@@ -47,13 +47,11 @@ double quantile(const std::vector<double>& sorted, double share) {
 Json methodsJson(const Comparison& comparison) {
     Json methods;
     for (size_t i = 0; i < METHODS.size(); ++i) {
-        const MethodTotals& total = comparison.totals[i];
         const Estimates& estimates = comparison.methods[i];
-        Json method = {{"key", methodKey(METHODS[i])},
-                       {"name", methodName(METHODS[i])},
-                       {"answered", total.answered},
-                       {"hits", {total.top1, total.top4, total.top8}},
-                       {"mrr", estimates[static_cast<size_t>(Measure::RECIPROCAL_RANK)].value}};
+        Json method = {
+            {"key", methodKey(METHODS[i])},      {"name", methodName(METHODS[i])},
+            {"isRule", isRule(METHODS[i])},      {"answered", comparison.answered[i]},
+            {"hits", comparison.counts.hits[i]}, {"mrr", estimates[RECIPROCAL_RANK].value}};
         for (size_t depth = 0; depth < DEPTHS.size(); ++depth) {
             if (!estimates[depth].interval) continue;
             method["low"].push_back(100 * estimates[depth].interval->low);
@@ -79,86 +77,89 @@ Json rivalsJson(const Comparison& comparison) {
     return rivals;
 }
 
-}  // namespace
-
-Json ReportSum::pageData(const std::string& charging, uint64_t seed) const {
-    Json page;
-    page["program"] = KSBRAIN_VERSION;
-    page["traceCount"] = mUsers.size();
-    for (size_t i = 0; i < std::min(mUsers.size(), NAMED_TRACES); ++i) {
-        page["traces"].push_back(fileName(mUsers[i].name));
-    }
-    page["charging"] = charging;
-    page["from"] = mDays.begin()->first;
-    page["to"] = mDays.rbegin()->first;
-    page["depths"] = DEPTHS;
-    const Comparison comparison = mScores.compare(seed);
-    page["methods"] = methodsJson(comparison);
-    page["rivals"] = rivalsJson(comparison);
-    page["own"] = {{"bayes", predictorJson(mBayes)}, {"network", predictorJson(mNetwork)}};
-    page["periods"] = periodsJson();
-    page["answers"] = answersJson();
-    for (size_t hour = 0; hour < HOURS_OF_WEEK; ++hour)
-        page["hours"].push_back(rowJson(mHours[hour]));
-    page["learning"] = learningJson();
-    page["ranks"] = mPlaces;
-    page["lengths"] = lengthsJson();
-    addApps(page);
-    if (mUsers.size() > 1) {
-        page["spreadBin"] = SPREAD_BIN;
-        page["spread"] = spreadJson();
-        page["leastFound"] = leastFoundJson();
-    }
-    return page;
+Period periodOf(const TraceScore& total, size_t most) {
+    return periodFor(total.openings.begin()->first, total.openings.rbegin()->first, most);
 }
 
-Json ReportSum::periodsJson() const {
-    const Period period = periodFor(mDays.begin()->first, mDays.rbegin()->first, MOST_PERIODS);
+Json periodsJson(const TraceScore& total) {
+    std::map<std::string, HitCounts> days;
+    for (const auto& [day, sums] : sumsByDay(total)) days[day] = sums.counts;
+    const Period period = periodOf(total, MOST_PERIODS);
     Json rows;
-    for (const auto& [start, counts] : byPeriod(mDays, period)) {
+    for (const auto& [start, counts] : byPeriod(days, period)) {
         rows.push_back(rowJson(counts));
         rows.back()["start"] = start;
     }
     return {{"unit", periodName(period)}, {"rows", std::move(rows)}};
 }
 
-Json ReportSum::answersJson() const {
-    const Period period = periodFor(mDays.begin()->first, mDays.rbegin()->first, MOST_COLUMNS);
+Json answersJson(const TraceScore& total) {
+    const Period period = periodOf(total, MOST_COLUMNS);
     Json rows;
-    for (const auto& [start, counts] : byPeriod(mAnswers, period)) {
+    for (const auto& [start, counts] : byPeriod(total.answers, period)) {
         rows.push_back(answerJson(counts));
         rows.back()["start"] = start;
-        rows.back()["trainings"] = counts.trainings;
+        rows.back()["trainings"] = counts[TRAININGS];
     }
     return {{"unit", periodName(period)}, {"rows", std::move(rows)}};
 }
 
-Json ReportSum::learningJson() const {
-    uint64_t longest = 0;
-    for (const User& user : mUsers) longest = std::max(longest, user.counts.openings);
+Json hoursJson(const TraceScore& total) {
+    Json rows;
+    for (uint32_t hour = 0; hour < HOURS_OF_WEEK; ++hour) {
+        const auto counts = total.hours.find(hour);
+        rows.push_back(rowJson(counts == total.hours.end() ? HitCounts() : counts->second));
+    }
+    return rows;
+}
+
+Json learningJson(const TraceScore& total, uint64_t longest) {
+    std::map<uint32_t, HitCounts> stretches = total.stretches;
     // A last one that has hardly begun says nothing by itself.
-    std::vector<HitCounts> stretches = mStretches;
-    while (stretches.size() > 1 &&
-           10 * stretches.back().openings < stretches[stretches.size() - 2].openings) {
-        stretches[stretches.size() - 2].add(stretches.back());
-        stretches.pop_back();
+    while (stretches.size() > 1) {
+        const auto last = std::prev(stretches.end());
+        HitCounts& before = std::prev(last)->second;
+        if (10 * last->second.openings >= before.openings) break;
+        addCounts(before, last->second);
+        stretches.erase(last);
     }
     Json rows;
-    for (size_t i = 0; i < stretches.size(); ++i) {
-        Json row = rowJson(stretches[i]);
-        row["from"] = i == 0 ? 1 : lastOfStretch(i - 1) + 1;
-        row["to"] = i + 1 == stretches.size() ? longest : lastOfStretch(i);
+    for (const auto& [stretch, counts] : stretches) {
+        Json row = rowJson(counts);
+        row["from"] = stretch == 0 ? 1 : lastOfStretch(stretch - 1) + 1;
+        row["to"] = stretch == stretches.rbegin()->first ? longest : lastOfStretch(stretch);
         rows.push_back(std::move(row));
     }
     return rows;
 }
 
+// Of each method, the openings at rank 1, 2 and so on to the greatest depth, at a later one, not on
+// its list, and without a list.
+Json ranksJson(const TraceScore& total, uint64_t openings) {
+    constexpr uint32_t LATER = DEPTHS.back();
+    Json rows;
+    for (const MethodScore& method : total.methods) {
+        std::array<uint64_t, LATER + 3> places{};
+        uint64_t listed = 0;
+        for (const auto& [day, ranks] : method.ranks) {
+            for (const auto& [rank, count] : ranks) {
+                places[std::min(rank - 1, LATER)] += count;
+                listed += count;
+            }
+        }
+        places[LATER + 1] = method.answered - listed;
+        places[LATER + 2] = openings - method.answered;
+        rows.push_back(places);
+    }
+    return rows;
+}
+
 // Lists of no name for themselves, the others in columns of equal width.
-Json ReportSum::lengthsJson() const {
-    const uint32_t width = mLengths.rbegin()->first / MOST_LENGTHS + 1;
+Json lengthsJson(const std::map<uint32_t, AnswerCounts>& lengths) {
+    const uint32_t width = lengths.rbegin()->first / MOST_LENGTHS + 1;
     std::map<uint32_t, AnswerCounts> columns;  // by the shortest length
-    for (const auto& [length, counts] : mLengths) {
-        columns[length == 0 ? 0 : (length - 1) / width * width + 1].add(counts);
+    for (const auto& [length, counts] : lengths) {
+        addCounts(columns[length == 0 ? 0 : (length - 1) / width * width + 1], counts);
     }
     Json rows;
     for (const auto& [from, counts] : columns) {
@@ -170,40 +171,46 @@ Json ReportSum::lengthsJson() const {
 }
 
 // The most opened ones, and all others in one row.
-void ReportSum::addApps(Json& page) const {
-    using App = std::pair<const std::string, HitCounts>;
-    std::vector<const App*> apps;
-    for (const App& app : mApps) apps.push_back(&app);
-    std::stable_sort(apps.begin(), apps.end(), [](const App* a, const App* b) {
-        return a->second.openings > b->second.openings;
+void addApps(const TraceScore& total, uint64_t openings, Json& page) {
+    std::vector<std::pair<std::string, HitCounts>> apps(total.apps.begin(), total.apps.end());
+    std::stable_sort(apps.begin(), apps.end(), [](const auto& a, const auto& b) {
+        return a.second.openings > b.second.openings;
     });
-    HitCounts all;
-    HitCounts others;
-    for (size_t i = 0; i < apps.size(); ++i) {
-        all.add(apps[i]->second);
-        if (i >= MOST_APPS) {
-            others.add(apps[i]->second);
-            continue;
-        }
-        page["apps"].push_back(rowJson(apps[i]->second));
-        page["apps"].back()["name"] = apps[i]->first;
+    const size_t shown = std::min(apps.size(), MOST_APPS);
+    page["apps"] = Json::array();
+    for (size_t i = 0; i < shown; ++i) {
+        page["apps"].push_back(rowJson(apps[i].second));
+        page["apps"].back()["name"] = apps[i].first;
     }
-    page["openings"] = all.openings;
+    HitCounts others;
+    for (size_t i = shown; i < apps.size(); ++i) addCounts(others, apps[i].second);
+    page["openings"] = openings;
     page["appCount"] = apps.size();
     page["otherApps"] = rowJson(others);
-    page["otherApps"]["count"] = apps.size() - std::min(apps.size(), MOST_APPS);
+    page["otherApps"]["count"] = apps.size() - shown;
 }
 
-Json ReportSum::spreadJson() const {
+// One person's openings.
+struct User {
+    std::string name;
+    HitCounts counts;
+
+    double rate(size_t method, size_t depth) const {
+        return static_cast<double>(counts.hits[method][depth]) /
+               static_cast<double>(counts.openings);
+    }
+};
+
+Json spreadJson(const std::vector<User>& users) {
     Json methods;
     for (size_t method = 0; method < METHODS.size(); ++method) {
-        std::array<std::array<uint64_t, DEPTHS.size()>, SPREAD_BINS> users{};
+        std::array<std::array<uint64_t, DEPTHS.size()>, SPREAD_BINS> counts{};
         Json quartiles;
         for (size_t depth = 0; depth < DEPTHS.size(); ++depth) {
             std::vector<double> rates;
-            for (const User& user : mUsers) rates.push_back(100 * user.counts.rate(method, depth));
+            for (const User& user : users) rates.push_back(100 * user.rate(method, depth));
             for (const double rate : rates) {
-                ++users[std::min(SPREAD_BINS - 1, static_cast<size_t>(rate) / SPREAD_BIN)][depth];
+                ++counts[std::min(SPREAD_BINS - 1, static_cast<size_t>(rate) / SPREAD_BIN)][depth];
             }
             std::sort(rates.begin(), rates.end());
             Json& five = quartiles.emplace_back();
@@ -211,25 +218,65 @@ Json ReportSum::spreadJson() const {
                 five.push_back(quantile(rates, share));
             }
         }
-        Json bins = Json::array();
+        Json bins;
         for (size_t bin = 0; bin < SPREAD_BINS; ++bin) {
-            bins.push_back({{"from", bin * SPREAD_BIN}, {"users", users[bin]}});
+            bins.push_back({{"from", bin * SPREAD_BIN}, {"users", counts[bin]}});
         }
         methods.push_back({{"method", method}, {"bins", bins}, {"quartiles", quartiles}});
     }
     return methods;
 }
 
-Json ReportSum::leastFoundJson() const {
-    std::vector<const User*> users;
-    for (const User& user : mUsers) users.push_back(&user);
-    std::stable_sort(users.begin(), users.end(), [](const User* a, const User* b) {
-        return a->counts.rate(0, FIRST_FOUR) < b->counts.rate(0, FIRST_FOUR);
+Json leastFoundJson(std::vector<User> users) {
+    std::stable_sort(users.begin(), users.end(), [](const User& a, const User& b) {
+        return a.rate(0, FIRST_FOUR) < b.rate(0, FIRST_FOUR);
     });
+    users.resize(std::min(users.size(), LEAST_FOUND));
     Json rows;
-    for (size_t i = 0; i < std::min(users.size(), LEAST_FOUND); ++i) {
-        rows.push_back(rowJson(users[i]->counts));
-        rows.back()["name"] = fileName(users[i]->name);
+    for (const User& user : users) {
+        rows.push_back(rowJson(user.counts));
+        rows.back()["name"] = fileName(user.name);
     }
     return rows;
+}
+
+}  // namespace
+
+std::string pageData(const ScoreSum& scores, uint64_t seed) {
+    const TraceScore& total = scores.total();
+    const Comparison comparison = compareMethods(scores, seed);
+    const uint64_t openings = comparison.counts.openings;
+    std::vector<User> users;
+    uint64_t longest = 0;
+    for (const auto& [name, units] : scores.traces()) {
+        users.push_back({name, sumOf(units).counts});
+        longest = std::max(longest, users.back().counts.openings);
+    }
+    Json page;
+    page["program"] = KSBRAIN_VERSION;
+    page["traceCount"] = users.size();
+    for (size_t i = 0; i < std::min(users.size(), NAMED_TRACES); ++i) {
+        page["traces"].push_back(fileName(users[i].name));
+    }
+    page["charging"] = total.charging;
+    page["from"] = total.openings.begin()->first;
+    page["to"] = total.openings.rbegin()->first;
+    page["depths"] = DEPTHS;
+    page["methods"] = methodsJson(comparison);
+    page["rivals"] = rivalsJson(comparison);
+    page["own"] = {{"bayes", ownJson(total.own[BY_BAYES])},
+                   {"network", ownJson(total.own[BY_NETWORK])}};
+    page["periods"] = periodsJson(total);
+    page["answers"] = answersJson(total);
+    page["hours"] = hoursJson(total);
+    page["learning"] = learningJson(total, longest);
+    page["ranks"] = ranksJson(total, openings);
+    page["lengths"] = lengthsJson(total.lengths);
+    addApps(total, openings, page);
+    if (users.size() > 1) {
+        page["spreadBin"] = SPREAD_BIN;
+        page["spread"] = spreadJson(users);
+        page["leastFound"] = leastFoundJson(users);
+    }
+    return page.dump(-1, ' ', true, Json::error_handler_t::replace);
 }

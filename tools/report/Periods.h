@@ -3,6 +3,8 @@
 #include <map>
 #include <string>
 
+#include "tools/compare/Counts.h"
+
 // Days put together, so that a chart over a long time stays readable.
 enum class Period { DAY, WEEK, MONTH };
 
@@ -15,10 +17,12 @@ Period periodFor(const std::string& first, const std::string& last, size_t most)
 // The first day of the period that the day is in; weeks begin on Mondays.
 std::string periodStart(const std::string& day, Period period);
 
-// Counts by day put together by period. Counts can add().
+// Counts by day put together by period.
 template <typename Counts>
 std::map<std::string, Counts> byPeriod(const std::map<std::string, Counts>& days, Period period) {
     std::map<std::string, Counts> result;
-    for (const auto& [day, counts] : days) result[periodStart(day, period)].add(counts);
+    for (const auto& [day, counts] : days) {
+        addCounts(result[periodStart(day, period)], counts);
+    }
     return result;
 }

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/report/HitCounts.h"
-#include "tools/report/Stretch.h"
-
 namespace {
 
 TEST(Periods, BeginWhereTheCalendarSays) {
@@ -30,12 +27,6 @@ TEST(Periods, GrowWithTheTimeBetweenTwoDays) {
     EXPECT_EQ(periodFor("2026-03-01", "2026-04-01", 31), Period::WEEK);
     EXPECT_EQ(periodFor("2026-01-01", "2026-08-05", 31), Period::WEEK);
     EXPECT_EQ(periodFor("2026-01-01", "2026-08-06", 31), Period::MONTH);
-}
-
-TEST(Stretches, EndAtRoundNumbers) {
-    const std::pair<size_t, size_t> cases[] = {{1, 10},   {10, 10},   {11, 20},     {50, 50},
-                                               {51, 100}, {101, 200}, {9999, 10000}};
-    for (const auto& [opening, last] : cases) EXPECT_EQ(lastOfStretch(stretchOf(opening)), last);
 }
 
 }  // namespace

@@ -4,38 +4,50 @@
 #include <memory>
 
 #include "tools/common/CommonOptions.h"
+#include "tools/common/InputError.h"
+#include "tools/common/Interrupt.h"
 #include "tools/common/OutputFile.h"
 #include "tools/common/Text.h"
-#include "tools/compare/ManyTracesCommand.h"
+#include "tools/compare/ScoreLines.h"
+#include "tools/compare/ScoringOptions.h"
 #include "tools/report/Page.h"
-#include "tools/report/ReportSum.h"
+#include "tools/report/PageData.h"
+#include "tools/trace/TraceFlags.h"
 
 namespace {
 
 struct Options {
-    ManyTracesCommand command;
+    std::optional<std::string> trace;
+    std::optional<std::string> from;
+    ScoringOptions scoring;
     std::string output;
     uint64_t seed = 1;
 };
 
-int report(Options& options) {
-    OutputFile file(options.output);  // if it cannot be written, that shows before hours of work
-    const TraceWork work = [&options](const NamedTrace& trace,
-                                      const std::function<bool()>& stopped) {
-        const auto result = reportTrace(trace, options.command.charging, stopped);
-        return result ? std::optional<Json>(traceReportJson(*result)) : std::nullopt;
-    };
-    const auto write = [&](const ResultStore& store, const ManyTracesOutcome& outcome) {
-        ReportSum sum;
-        for (const auto& [name, place] : outcome.results) {
-            sum.add(parseTraceReport(Json::parse(store.read(place))));
-        }
-        file.write(makePage(sum.pageData(options.command.charging.text(), options.seed)));
-        file.commit();
-        if (options.command.many.quiet) return;
+int report(const Options& options) {
+    if (options.trace.has_value() == options.from.has_value()) {
+        throw InputError("report: give either a TRACE or --from FILE (see ksbrain report --help)");
+    }
+    ScoreSum scores;
+    std::optional<NamedTrace> trace;
+    if (options.from) {
+        scores = readScores({*options.from});
+    } else {
+        trace = options.scoring.read(*options.trace);
+    }
+    catchInterrupts();
+    OutputFile file(options.output);  // if it cannot be written, that shows before the long work
+    if (trace) {
+        const std::optional<TraceScore> score = options.scoring.score(*trace);
+        if (!score) return EXIT_SIGNALLED + interruptSignal();
+        scores.add(*score);
+    }
+    file.write(makePage(pageData(scores, options.seed)));
+    file.commit();
+    if (!options.scoring.quiet) {
         fprintf(stderr, "%s is written: open it in a browser\n", printable(options.output).c_str());
-    };
-    return options.command.run("report", work, write);
+    }
+    return 0;
 }
 
 }  // namespace
@@ -45,12 +57,15 @@ Verb makeReportVerb() {
     Verb verb{
         "report",
         "Show on a page with charts how well the engine predicts",
-        {{"ksbrain report phone.csv -o report.html",
+        {{"ksbrain report --charging 23:00-07:00 phone.csv -o report.html",
           "one page that needs no network: when, where and for which applications it is right"},
-         {"ksbrain report --charging 23:00-07:00 --save done.jsonl traces/ -o report.html",
-          "all files below traces/ together, and how their users differ; stop it with Ctrl-C, "
-          "and the same command goes on"}}};
-    addManyTracesOptions(verb, options->command);
+         {"ksbrain report --from scores.jsonl -o report.html",
+          "many traces together, each scored by compare --json, and how their users differ"}}};
+    verb.text("TRACE", options->trace, std::string("What to score: ") + TRACE_KINDS);
+    verb.text("--from FILE", options->from,
+              "Take what compare --json printed, a line for each trace, instead of a trace; - is "
+              "standard input");
+    options->scoring.addTo(verb);
     verb.text("-o,--output FILE", options->output, "The page to write").required();
     addSeedOption(verb, options->seed, "Seed of the resampling behind the intervals");
     verb.run = [options] { return report(*options); };

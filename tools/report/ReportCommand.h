@@ -2,5 +2,5 @@
 
 #include "tools/common/Verb.h"
 
-// ksbrain report: judges the engine on recorded traces and writes the result as a page with charts.
+// ksbrain report: the score of a trace, or the sum of several, as a page with charts.
 Verb makeReportVerb();

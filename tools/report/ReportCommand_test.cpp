@@ -1,4 +1,7 @@
 #include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <csignal>
 
 #include "platform/testing/TempDir.h"
 #include "tools/test/ProgramRun.h"
@@ -6,6 +9,7 @@
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::UnorderedElementsAre;
 
 TEST(ReportProgram, RefusesBadInputAndWritesNothing) {
     const TempDir files;
@@ -19,6 +23,9 @@ TEST(ReportProgram, RefusesBadInputAndWritesNothing) {
     } cases[] = {
         {{"-o", page, files.file("bad.csv")}, 2, files.file("bad.csv") + ":3: "},
         {{"-o", page, files.file("none.csv")}, 2, files.file("none.csv")},
+        {{"-o", page, "--from", files.file("good.csv")}, 2, files.file("good.csv") + ":1: is no"},
+        {{"-o", page}, 2, "either a TRACE or --from"},
+        {{"-o", page, "--from", "-", files.file("good.csv")}, 2, "either a TRACE or --from"},
         {{files.file("good.csv")}, 2, "--output"},
         {{"-o", files.file("no/page.html"), files.file("good.csv")}, 1, files.file("no/page.html")},
         {{"-o", page, "--charging", "noon", files.file("good.csv")}, 2, "noon"},
@@ -33,15 +40,42 @@ TEST(ReportProgram, RefusesBadInputAndWritesNothing) {
     }
 }
 
-TEST(ReportProgram, LeavesBadFilesOutAndSaysSo) {
+TEST(ReportProgram, AScoreGivesThePageOfItsTrace) {
     const TempDir files;
-    files.write("good.csv", "time,package\n5,com.a\n6,com.b\n");
-    files.write("bad.csv", "time,package\n5,com.a\n4,com.b\n");
+    files.write("names.txt", "com.a\ncom.b\ncom.a\ncaf\xe9\ncaf\xe8\n");
+    const std::string names = files.file("names.txt");
+    const std::string score = runKsbrain({"compare", "--json", "--charging", "never", names}).out;
+    const ProgramRun direct = runKsbrain(
+        {"report", "--quiet", "--charging", "never", "-o", files.file("direct.html"), names});
+    EXPECT_EQ(direct.status, 0) << direct.err;
+    EXPECT_THAT(files.read("direct.html"), HasSubstr("\"openings\":5"));
+    const ProgramRun indirect =
+        runKsbrain({"report", "--quiet", "--from", "-", "-o", files.file("from.html")}, score);
+    EXPECT_EQ(indirect.status, 0) << indirect.err;
+    EXPECT_THAT(files.read("from.html"), HasSubstr("\"charging\":\"never\""));
+
+    files.write("names.txt", "com.a\ncom.b\ncom.a\n");
+    const std::string plain = runKsbrain({"compare", "--json", names}).out;
+    runKsbrain({"report", "--quiet", "-o", files.file("direct.html"), names});
+    runKsbrain({"report", "--quiet", "--from", "-", "-o", files.file("from.html")}, plain);
+    EXPECT_EQ(files.read("from.html"), files.read("direct.html"));
+}
+
+TEST(ReportProgram, AnInterruptLeavesTheOldPage) {
+    const TempDir files;
+    std::string rows;
+    for (int i = 0; i < 60'000; ++i) rows += "com.app" + std::to_string(i * i % 23) + '\n';
+    files.write("long.txt", rows);
+    files.write("page.html", "old");
     const ProgramRun run = runKsbrain(
-        {"report", "-o", files.file("page.html"), files.file("good.csv"), files.file("bad.csv")});
-    EXPECT_EQ(run.status, 2);
-    EXPECT_THAT(run.err, HasSubstr(files.file("bad.csv") + ":3: "));
-    EXPECT_THAT(files.read("page.html"), HasSubstr("\"openings\":2"));
+        {"report", "-o", files.file("page.html"), files.file("long.txt")}, "", [&](pid_t program) {
+            // The new page stands beside the old one while the work goes on.
+            while (entriesOf(files.path()).size() < 3 && kill(program, 0) == 0) usleep(1000);
+            kill(program, SIGINT);
+        });
+    EXPECT_EQ(run.status, 128 + SIGINT);
+    EXPECT_THAT(entriesOf(files.path()), UnorderedElementsAre("long.txt", "page.html"));
+    EXPECT_EQ(files.read("page.html"), "old");
 }
 
 }  // namespace

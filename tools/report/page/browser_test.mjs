@@ -172,7 +172,9 @@ async function checkSeveralTraces(browser) {
   const users = [1, 2, 3].map((seed) => trace(300, seed));
   users.forEach((rows, user) => writeTrace(`user${user}.csv`, rows));
   const path = at("several.html");
-  ksbrain("report", "--quiet", "-o", path, ...users.map((_, user) => at(`user${user}.csv`)));
+  const scores = users.map((_, user) => ksbrain("compare", "--quiet", "--json", at(`user${user}.csv`)));
+  writeFileSync(at("scores.jsonl"), scores.join(""));
+  ksbrain("report", "--quiet", "-o", path, "--from", at("scores.jsonl"));
   await opened(browser, path, async (page) => {
     const charts = await page.evaluate(lookAtCharts);
     checkCharts(charts, { "least-found": 2 * users.length });

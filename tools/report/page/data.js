@@ -4,12 +4,10 @@
 export const data = JSON.parse(document.getElementById("data").textContent);
 
 export const ENGINE = 0;
-const FIRST_RULE = data.methods.findIndex((method) => method.key === "most_used");
 
 export const methods = data.methods.map((method, index) => ({
   ...method,
   index,
-  isRule: index >= FIRST_RULE,
   color: `var(--${method.key.replace("_", "-")})`,
 }));
 

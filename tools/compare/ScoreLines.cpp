@@ -1,0 +1,55 @@
+#include "tools/compare/ScoreLines.h"
+
+#include "tools/common/InputError.h"
+#include "tools/common/Text.h"
+#include "tools/compare/ScoreJson.h"
+#include "tools/trace/LineReader.h"
+#include "tools/trace/TraceInput.h"
+
+namespace {
+
+class ScoreReader {
+  public:
+    void read(const std::string& path) {
+        std::string place = (path == "-" ? "standard input" : printable(path)) + ":1";
+        try {
+            TraceInput input(path);
+            const auto source = [&](char* to, size_t size) {
+                return static_cast<ssize_t>(input.read(to, size));
+            };
+            LineReader lines(source, SIZE_MAX);  // they grow with the days of a trace
+            std::string line;
+            for (size_t number = 1; lines.next(line) == LineReader::Status::LINE; ++number) {
+                place.replace(place.rfind(':') + 1, std::string::npos, std::to_string(number));
+                add(parseScore(line), place);
+            }
+        } catch (const InputError& error) {
+            throw InputError(place + ": " + error.what());
+        }
+    }
+
+    ScoreSum take() { return std::move(mSum); }
+
+  private:
+    void add(const TraceScore& score, const std::string& place) {
+        const auto [known, isNew] = mPlaces.emplace(score.name, place);
+        if (!isNew) {
+            throw InputError("the trace " + inQuotes(score.name) + " is there already, from " +
+                             known->second + ": give each trace once");
+        }
+        mSum.add(score);
+    }
+
+    ScoreSum mSum;
+    std::map<std::string, std::string> mPlaces;  // by name of the trace
+};
+
+}  // namespace
+
+ScoreSum readScores(const std::vector<std::string>& files) {
+    ScoreReader reader;
+    for (const std::string& file : files) reader.read(file);
+    ScoreSum sum = reader.take();
+    if (sum.traces().empty()) throw InputError("there is no score in the files");
+    return sum;
+}

@@ -1,6 +1,6 @@
 #!/bin/sh
-# ManyPhones_test.sh PROGRAM [EMULATOR]: what docs/many-phones.md says of many machines, run on this
-# one as it stands there, prints what one process prints.
+# ManyPhones_test.sh PROGRAM [EMULATOR]: the commands of docs/many-phones.md, run as they stand there, give what one
+# compare after the other gives; also when they were interrupted, and when one of the files is bad.
 set -eu
 
 manual=$(cd "$(dirname "$0")/../../docs" && pwd)/many-phones.md
@@ -8,20 +8,21 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
 
-mkdir bin traces
+mkdir bin traces tmp
 printf '#!/bin/sh\nexec %s "$@"\n' "${2:-} $1" >bin/ksbrain
 chmod +x bin/ksbrain
-PATH=$work/bin:$PATH HOME=$work TZ=UTC
-export PATH HOME TZ
+PATH=$work/bin:$PATH HOME=$work TZ=UTC TMPDIR=$work/tmp
+export PATH HOME TZ TMPDIR
 
 for phone in 1 2 3 4 5 6 7; do
     awk -v phone=$phone 'BEGIN {
         print "time,package"
         for (i = 0; i < 150 * phone; ++i) print 1709280000 + 4000 * i ",com.app" (i * i + int(i / 5)) % (2 + phone)
     }' >traces/$phone.csv
-done
-ksbrain compare traces >table
-ksbrain compare --json --total traces >total
+    ksbrain compare --json traces/$phone.csv
+done >expected.jsonl
+ksbrain merge expected.jsonl >expected
+printf 'time,package\n5,com.a\n4,com.b\n' >traces/0.csv
 
 # The commands in the fenced block that follows a heading.
 block() {
@@ -30,23 +31,47 @@ block() {
         inside' "$manual"
 }
 
-same_as_one_process() {
-    cmp table "$1.table"
-    shift
-    ksbrain merge --json "$@" | cmp total -
+check_result() {
+    block 'The result' >result.sh
+    sh -eu result.sh >table
+    cmp expected table
+    ksbrain report --quiet --from expected.jsonl -o expected.html
+    cmp expected.html report.html
+    rm -r scores jobs*.log
 }
 
-echo : >hosts
-block 'GNU parallel over hosts' >parallel.sh
-sh -eu parallel.sh >parallel.table
-same_as_one_process parallel scores.jsonl
-sh -eu parallel.sh >again.table  # has nothing left to do
-same_as_one_process again scores.jsonl
+# Not with -e: the bad file makes it fail. What is done stays done when it is run again.
+block 'On all cores' >cores.sh
+sh -u cores.sh 2>err && exit 1
+grep -q 'traces/0.csv:3: the time runs backwards' err
+cp scores/3.jsonl before
+sh -u cores.sh 2>err && exit 1
+[ scores/3.jsonl -ot before ]
+check_result
 
-find traces -type f | sort >traces.list
-block "A batch scheduler's job array" >compare.sh
+# Interrupted with some traces done: the seventh is one that does not end. Then it ends, and the bad one is mended.
+rm traces/0.csv
+mv traces/7.csv seventh
+mkfifo traces/7.csv
+sed -i 's/-type f/-name "*.csv"/' cores.sh  # as a fifo is none
+setsid sh -u cores.sh 2>err &
+until [ "$(grep -c ksbrain jobs.log 2>err)" = 6 ]; do sleep 0.1; done
+kill -INT -$!
+wait $! && exit 1
+rm traces/7.csv
+mv seventh traces/7.csv
+sh -eu cores.sh 2>err
+[ "$(grep -c ksbrain jobs.log)" = 7 ]
+check_result
+[ -z "$(ls tmp)" ]
+
+echo : >hosts
+block 'On several machines' >hosts.sh
+sh -eu hosts.sh 2>err
+check_result
+
+block "A batch system's job array" >array.sh
 for task in 1 2 3; do
-    SLURM_ARRAY_TASK_ID=$task SLURM_ARRAY_TASK_COUNT=3 sh -eu compare.sh
+    SLURM_ARRAY_TASK_ID=$task SLURM_ARRAY_TASK_COUNT=3 sh -eu array.sh
 done
-ksbrain merge scores/*.jsonl >array.table
-same_as_one_process array scores/*.jsonl
+check_result

@@ -105,15 +105,15 @@ std::optional<MethodRun> runAlone(bool network, const Trace& trace, const Chargi
 }
 
 std::optional<MethodRun> runRule(Method method, const Trace& trace, const GoOn& goOn) {
-    const std::unique_ptr<SimpleRule> rule = makeSimpleRule(method);
+    SimpleRule rule(method);
     std::unordered_map<std::string, uint32_t> numbers;  // in order of appearance
     MethodRun run;
     for (size_t row = 0; row < trace.size(); ++row) {
         if (!goOn(row)) return std::nullopt;
         const auto next = static_cast<uint32_t>(numbers.size());
         const uint32_t app = numbers.try_emplace(trace.name(row), next).first->second;
-        run.guesses.push_back(rule->guess(app));
-        rule->learn(app);
+        run.guesses.push_back(rule.guess(app));
+        rule.learn(app);
     }
     return run;
 }

@@ -2,7 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <map>
+#include <unordered_map>
 #include <vector>
 
 #include "tools/compare/Method.h"
@@ -14,7 +15,8 @@
 // Applications go by numbers, in the order in which they were first learned: 0, 1, 2, ...
 class SimpleRule {
   public:
-    virtual ~SimpleRule() = default;
+    // MOST_USED to ORDER_2.
+    explicit SimpleRule(Method rule);
 
     // Where the application that is opened next stands on the list.
     Guess guess(uint32_t opened) const;
@@ -22,23 +24,27 @@ class SimpleRule {
     // The application has come to the front.
     void learn(uint32_t app);
 
-  protected:
+  private:
     // Whole, so that no rounding decides between equals. For probabilities of order 2 the common
     // denominator is 16 times the openings so far to the third.
     __extension__ using Score = unsigned __int128;
 
-    // Adds what the rule wants to know.
-    virtual void count(uint32_t app) = 0;
+    using Context = std::vector<uint32_t>;  // the newest last
 
-    // One score for each application; there is at least one.
-    virtual std::vector<Score> scores() const = 0;
+    // What has followed a context.
+    struct Followers {
+        uint64_t openings = 0;
+        std::unordered_map<uint32_t, uint64_t> counts;
+    };
 
-    uint32_t known() const { return mKnown; }
+    std::vector<Score> scores() const;
+    Context lastOf(size_t length) const;
 
-  private:
-    uint32_t mKnown = 0;
-    uint32_t mFront = 0;  // once one is known
+    const bool mByTime;   // of the last use, else by what followed
+    const size_t mOrder;  // applications in the longest context
+    uint64_t mOpenings = 0;
+    std::vector<Score> mCounts;  // of each application
+    std::vector<Score> mLast;    // the opening at which it was used last
+    std::map<Context, Followers> mFollowers;
+    Context mRecent;
 };
-
-// The rule of a method, MOST_USED to ORDER_2.
-std::unique_ptr<SimpleRule> makeSimpleRule(Method method);

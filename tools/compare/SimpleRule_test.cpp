@@ -73,7 +73,7 @@ TEST(SimpleRule, IsTheRuleAsItIsWrittenDown) {
          {Method::MOST_USED, Method::MOST_RECENT, Method::ORDER_1, Method::ORDER_2}) {
         std::mt19937 random(7);
         for (uint32_t round = 0; round < 20; ++round) {
-            const std::unique_ptr<SimpleRule> rule = makeSimpleRule(method);
+            SimpleRule rule(method);
             Apps past;
             uint32_t known = 0;
             for (int row = 0; row < 50; ++row) {
@@ -81,11 +81,11 @@ TEST(SimpleRule, IsTheRuleAsItIsWrittenDown) {
                 // opened again.
                 const uint32_t app =
                     std::min(known, static_cast<uint32_t>(random() % (3U + round % 6)));
-                const Guess guess = rule->guess(app);
+                const Guess guess = rule.guess(app);
                 const Guess expected = expectedGuess(method, past, app);
                 ASSERT_EQ(guess.length, expected.length) << methodName(method) << " " << row;
                 ASSERT_EQ(guess.rank, expected.rank) << methodName(method) << " " << row;
-                rule->learn(app);
+                rule.learn(app);
                 past.push_back(app);
                 known = std::max(known, app + 1);
             }
@@ -104,9 +104,9 @@ TEST(SimpleRule, EqualSumsGoToTheOneSeenFirst) {
         {Method::ORDER_2, {0, 1, 2, 1, 0, 3, 1, 2, 1}, 2},
     };
     for (const auto& [method, past, later] : cases) {
-        const std::unique_ptr<SimpleRule> rule = makeSimpleRule(method);
-        for (const uint32_t app : past) rule->learn(app);
-        EXPECT_EQ(rule->guess(0).rank + 1, rule->guess(later).rank) << methodName(method);
+        SimpleRule rule(method);
+        for (const uint32_t app : past) rule.learn(app);
+        EXPECT_EQ(rule.guess(0).rank + 1, rule.guess(later).rank) << methodName(method);
     }
 }
 

@@ -19,13 +19,20 @@ constexpr size_t SPREAD_BIN = 2;    // percent
 constexpr size_t SPREAD_BINS = 100 / SPREAD_BIN;
 constexpr size_t FIRST_FOUR = 1;  // of DEPTHS
 
-Json rowJson(const HitCounts& counts) {
-    return {{"openings", counts.openings}, {"hits", counts.hits}};
+// A row of a chart's table: what it is about, and its counts.
+
+Json rowJson(Json row, const HitCounts& counts) {
+    row["openings"] = counts.openings;
+    row["hits"] = counts.hits;
+    return row;
 }
 
-Json answerJson(const AnswerCounts& counts) {
-    return {
-        {"bayes", counts[BY_BAYES]}, {"network", counts[BY_NETWORK]}, {"none", counts[NO_ANSWER]}};
+Json rowJson(Json row, const AnswerCounts& counts) {
+    row["bayes"] = counts[BY_BAYES];
+    row["network"] = counts[BY_NETWORK];
+    row["none"] = counts[NO_ANSWER];
+    row["trainings"] = counts[TRAININGS];
+    return row;
 }
 
 Json ownJson(const std::array<uint64_t, 3>& counts) {
@@ -77,44 +84,25 @@ Json rivalsJson(const Comparison& comparison) {
     return rivals;
 }
 
-Period periodOf(const TraceScore& total, size_t most) {
-    return periodFor(total.openings.begin()->first, total.openings.rbegin()->first, most);
-}
-
-Json periodsJson(const TraceScore& total) {
-    std::map<std::string, HitCounts> days;
-    for (const auto& [day, sums] : sumsByDay(total)) days[day] = sums.counts;
-    const Period period = periodOf(total, MOST_PERIODS);
+template <typename Counts>
+Json periodsJson(const std::map<std::string, Counts>& days, size_t most) {
+    const Period period = periodFor(days.begin()->first, days.rbegin()->first, most);
     Json rows;
     for (const auto& [start, counts] : byPeriod(days, period)) {
-        rows.push_back(rowJson(counts));
-        rows.back()["start"] = start;
+        rows.push_back(rowJson({{"start", start}}, counts));
     }
     return {{"unit", periodName(period)}, {"rows", std::move(rows)}};
 }
 
-Json answersJson(const TraceScore& total) {
-    const Period period = periodOf(total, MOST_COLUMNS);
-    Json rows;
-    for (const auto& [start, counts] : byPeriod(total.answers, period)) {
-        rows.push_back(answerJson(counts));
-        rows.back()["start"] = start;
-        rows.back()["trainings"] = counts[TRAININGS];
-    }
-    return {{"unit", periodName(period)}, {"rows", std::move(rows)}};
-}
-
-Json hoursJson(const TraceScore& total) {
+Json hoursJson(std::map<uint32_t, HitCounts> hours) {
     Json rows;
     for (uint32_t hour = 0; hour < HOURS_OF_WEEK; ++hour) {
-        const auto counts = total.hours.find(hour);
-        rows.push_back(rowJson(counts == total.hours.end() ? HitCounts() : counts->second));
+        rows.push_back(rowJson(Json::object(), hours[hour]));
     }
     return rows;
 }
 
-Json learningJson(const TraceScore& total, uint64_t longest) {
-    std::map<uint32_t, HitCounts> stretches = total.stretches;
+Json learningJson(std::map<uint32_t, HitCounts> stretches, uint64_t longest) {
     // A last one that has hardly begun says nothing by itself.
     while (stretches.size() > 1) {
         const auto last = std::prev(stretches.end());
@@ -125,10 +113,10 @@ Json learningJson(const TraceScore& total, uint64_t longest) {
     }
     Json rows;
     for (const auto& [stretch, counts] : stretches) {
-        Json row = rowJson(counts);
-        row["from"] = stretch == 0 ? 1 : lastOfStretch(stretch - 1) + 1;
-        row["to"] = stretch == stretches.rbegin()->first ? longest : lastOfStretch(stretch);
-        rows.push_back(std::move(row));
+        const uint64_t from = stretch == 0 ? 1 : lastOfStretch(stretch - 1) + 1;
+        const bool isLast = stretch == stretches.rbegin()->first;
+        const uint64_t to = isLast ? longest : lastOfStretch(stretch);
+        rows.push_back(rowJson({{"from", from}, {"to", to}}, counts));
     }
     return rows;
 }
@@ -163,9 +151,9 @@ Json lengthsJson(const std::map<uint32_t, AnswerCounts>& lengths) {
     }
     Json rows;
     for (const auto& [from, counts] : columns) {
-        rows.push_back(answerJson(counts));
-        rows.back()["from"] = from;
-        rows.back()["to"] = from == 0 ? 0 : from + width - 1;
+        const uint32_t to = from == 0 ? 0 : from + width - 1;
+        rows.push_back(rowJson({{"from", from}, {"to", to}}, counts));
+        rows.back().erase("trainings");  // have no length
     }
     return rows;
 }
@@ -179,15 +167,13 @@ void addApps(const TraceScore& total, uint64_t openings, Json& page) {
     const size_t shown = std::min(apps.size(), MOST_APPS);
     page["apps"] = Json::array();
     for (size_t i = 0; i < shown; ++i) {
-        page["apps"].push_back(rowJson(apps[i].second));
-        page["apps"].back()["name"] = apps[i].first;
+        page["apps"].push_back(rowJson({{"name", apps[i].first}}, apps[i].second));
     }
     HitCounts others;
     for (size_t i = shown; i < apps.size(); ++i) addCounts(others, apps[i].second);
     page["openings"] = openings;
     page["appCount"] = apps.size();
-    page["otherApps"] = rowJson(others);
-    page["otherApps"]["count"] = apps.size() - shown;
+    page["otherApps"] = rowJson({{"count", apps.size() - shown}}, others);
 }
 
 // One person's openings.
@@ -234,8 +220,7 @@ Json leastFoundJson(std::vector<User> users) {
     users.resize(std::min(users.size(), LEAST_FOUND));
     Json rows;
     for (const User& user : users) {
-        rows.push_back(rowJson(user.counts));
-        rows.back()["name"] = fileName(user.name);
+        rows.push_back(rowJson({{"name", fileName(user.name)}}, user.counts));
     }
     return rows;
 }
@@ -252,6 +237,9 @@ std::string pageData(const ScoreSum& scores, uint64_t seed) {
         users.push_back({name, sumOf(units).counts});
         longest = std::max(longest, users.back().counts.openings);
     }
+    std::map<std::string, HitCounts> days;
+    for (const auto& [day, sums] : sumsByDay(total)) days[day] = sums.counts;
+
     Json page;
     page["program"] = KSBRAIN_VERSION;
     page["traceCount"] = users.size();
@@ -266,10 +254,10 @@ std::string pageData(const ScoreSum& scores, uint64_t seed) {
     page["rivals"] = rivalsJson(comparison);
     page["own"] = {{"bayes", ownJson(total.own[BY_BAYES])},
                    {"network", ownJson(total.own[BY_NETWORK])}};
-    page["periods"] = periodsJson(total);
-    page["answers"] = answersJson(total);
-    page["hours"] = hoursJson(total);
-    page["learning"] = learningJson(total, longest);
+    page["periods"] = periodsJson(days, MOST_PERIODS);
+    page["answers"] = periodsJson(total.answers, MOST_COLUMNS);
+    page["hours"] = hoursJson(total.hours);
+    page["learning"] = learningJson(total.stretches, longest);
     page["ranks"] = ranksJson(total, openings);
     page["lengths"] = lengthsJson(total.lengths);
     addApps(total, openings, page);

@@ -22,17 +22,19 @@ function look(method) {
   };
 }
 
+function dashes(method) {
+  return {
+    stroke: method.color,
+    strokeWidth: method.index === 0 ? 3 : 1.5,
+    strokeDasharray: DASHES[method.index],
+  };
+}
+
 // A line with a dot for each row that has a value. `text` says what a row's dot stands for.
 export function series(method, rows, { x, y, text }) {
   const present = rows.filter((row) => y(row) !== null);
   return [
-    Plot.line(present, {
-      x,
-      y,
-      stroke: method.color,
-      strokeWidth: method.index === 0 ? 3 : 1.5,
-      strokeDasharray: DASHES[method.index],
-    }),
+    Plot.line(present, { x, y, ...dashes(method) }),
     Plot.dot(present, labelled(text, { x, y, ...look(method) })),
   ];
 }
@@ -44,14 +46,7 @@ export function methodKey(method) {
     margin: 0,
     x: { domain: [0, 2], axis: null },
     y: { domain: [-1, 1], axis: null },
-    marks: [
-      Plot.line([[0, 0], [2, 0]], {
-        stroke: method.color,
-        strokeWidth: method.index === 0 ? 3 : 1.5,
-        strokeDasharray: DASHES[method.index],
-      }),
-      Plot.dot([[1, 0]], look(method)),
-    ],
+    marks: [Plot.line([[0, 0], [2, 0]], dashes(method)), Plot.dot([[1, 0]], look(method))],
   });
   sample.setAttribute("aria-hidden", "true");
   return element("span", { class: "key" }, sample, method.name);

@@ -3,27 +3,28 @@ import * as Plot from "@observablehq/plot";
 import { bestRule, count, data, dayHours, ENGINE, hourText, methods, percent, rate, within } from "./data.js";
 import { colorKey, labelled, methodKey, RATE_AXIS, series, shownMethods } from "./marks.js";
 
-const height = (width) => Math.max(240, Math.min(360, width * 0.5));
-
-function rateColumns(shown, depth) {
-  return shown.map((method) => ({
-    label: method.name,
-    value: (row) => rate(row, method.index, depth),
-    show: percent,
-    mark: true,
-  }));
-}
-
-// Lines of hit rates; `name` says which row it is.
-function lines(state, shown, rows, { x, name }) {
-  return shown.flatMap((method) =>
-    series(method, rows, {
-      x,
-      y: (row) => rate(row, method.index, state.depth),
-      text: (row) =>
-        `${method.name}, ${name(row)}: ${percent(rate(row, method.index, state.depth))} of ${count(row.openings)}`,
+// Lines of hit rates. `columns` stand before those of the rates in the table, `name` says which row
+// it is, and `x` is its place.
+function lineChart({ depth }, shown, rows, { title, reading, columns, name, x, axis }) {
+  const share = (method) => (row) => rate(row, method.index, depth);
+  const text = (method) => (row) => `${method.name}, ${name(row)}: ${percent(share(method)(row))} of ${count(row.openings)}`;
+  return {
+    title: title(within(depth)),
+    reading,
+    legend: shown.map(methodKey),
+    columns: [
+      ...columns,
+      { label: "openings", value: (row) => row.openings, show: count },
+      ...shown.map((method) => ({ label: method.name, value: share(method), show: percent, mark: true })),
+    ],
+    rows,
+    plot: (width) => ({
+      height: Math.max(240, Math.min(360, width * 0.5)),
+      x: axis(width),
+      y: RATE_AXIS,
+      marks: shown.flatMap((method) => series(method, rows, { x, y: share(method), text: text(method) })),
     }),
-  );
+  };
 }
 
 export function allOpenings(state) {
@@ -93,72 +94,41 @@ export function allOpenings(state) {
 }
 
 export function overTime(state) {
-  const shown = shownMethods(state);
-  const rows = data.periods.rows;
-  return {
-    title: `Hit rate over time: ${within(state.depth)}, by ${data.periods.unit}`,
-    reading: `A dot is one ${data.periods.unit}; higher is better. Where a dashed line runs above the thick one, a simple rule did better.`,
-    legend: shown.map(methodKey),
-    columns: [
-      { label: `${data.periods.unit} from`, value: (row) => row.start },
-      { label: "openings", value: (row) => row.openings, show: count },
-      ...rateColumns(shown, state.depth),
-    ],
-    rows,
-    plot: (width) => ({
-      height: height(width),
-      x: { type: "utc", label: `${data.periods.unit} beginning` },
-      y: RATE_AXIS,
-      marks: lines(state, shown, rows, { x: (row) => new Date(row.start), name: (row) => row.start }),
-    }),
-  };
+  const { unit, rows } = data.periods;
+  return lineChart(state, shownMethods(state), rows, {
+    title: (hit) => `Hit rate over time: ${hit}, by ${unit}`,
+    reading: `A dot is one ${unit}; higher is better. Where a dashed line runs above the thick one, a simple rule did better.`,
+    columns: [{ label: `${unit} from`, value: (row) => row.start }],
+    name: (row) => row.start,
+    x: (row) => new Date(row.start),
+    axis: () => ({ type: "utc", label: `${unit} beginning` }),
+  });
 }
 
 export function overDay(state) {
-  const shown = [methods[ENGINE], bestRule(state.depth)];
-  const rows = dayHours
-    .filter((row) => row.openings > 0)
-    .map((row) => ({ ...row, name: hourText(row.hour) }));
-  return {
-    title: `Hit rate by hour of the day: ${within(state.depth)}`,
+  const rows = dayHours.filter((row) => row.openings > 0);
+  const name = (row) => hourText(row.hour);
+  return lineChart(state, [methods[ENGINE], bestRule(state.depth)], rows, {
+    title: (hit) => `Hit rate by hour of the day: ${hit}`,
     reading: "A dot is one hour of local time over all days; the best simple rule stands beside the engine.",
-    legend: shown.map(methodKey),
-    columns: [
-      { label: "hour", value: (row) => row.name },
-      { label: "openings", value: (row) => row.openings, show: count },
-      ...rateColumns(shown, state.depth),
-    ],
-    rows,
-    plot: (width) => ({
-      height: height(width),
-      x: { label: "hour of the day (local time)", domain: [0, 23], ticks: [0, 6, 12, 18, 23], tickFormat: hourText },
-      y: RATE_AXIS,
-      marks: lines(state, shown, rows, { x: "hour", name: (row) => row.name }),
-    }),
-  };
+    columns: [{ label: "hour", value: name }],
+    name,
+    x: "hour",
+    axis: () => ({ label: "hour of the day (local time)", domain: [0, 23], ticks: [0, 6, 12, 18, 23], tickFormat: hourText }),
+  });
 }
 
 export function learning(state) {
-  const shown = shownMethods(state);
-  const rows = data.learning;
-  const name = (row) => `openings ${count(row.from)} to ${count(row.to)}`;
-  return {
-    title: `Learning after a fresh start: ${within(state.depth)}`,
+  return lineChart(state, shownMethods(state), data.learning, {
+    title: (hit) => `Learning after a fresh start: ${hit}`,
     reading:
       "Everything starts knowing nothing. A dot is a stretch of openings, at its last one; a line that still climbs at the right is still learning.",
-    legend: shown.map(methodKey),
     columns: [
       { label: "from opening", value: (row) => row.from, show: count },
       { label: "to", value: (row) => row.to, show: count },
-      { label: "openings", value: (row) => row.openings, show: count },
-      ...rateColumns(shown, state.depth),
     ],
-    rows,
-    plot: (width) => ({
-      height: height(width),
-      x: { type: "log", label: "openings since the start (logarithmic)", ticks: width < 500 ? 4 : 8, tickFormat: "~s" },
-      y: RATE_AXIS,
-      marks: lines(state, shown, rows, { x: "to", name }),
-    }),
-  };
+    name: (row) => `openings ${count(row.from)} to ${count(row.to)}`,
+    x: "to",
+    axis: (width) => ({ type: "log", label: "openings since the start (logarithmic)", ticks: width < 500 ? 4 : 8, tickFormat: "~s" }),
+  });
 }

@@ -1,8 +1,6 @@
 #include "tools/compare/ComparisonTable.h"
 
-#include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "tools/common/JsonLine.h"
@@ -20,36 +18,22 @@ std::string measureKey(size_t measure) {
     return measure == MRR ? "mrr" : depthKey(DEPTHS[measure]);
 }
 
-std::string format(const char* pattern, double a, double b = 0) {
-    char text[64];
-    snprintf(text, sizeof(text), pattern, a, b);
-    return text;
-}
-
-std::string cell(const std::string& text, size_t width) {
-    return std::string(width - std::min(width, text.size()), ' ') + text;
-}
-
 // As the table shows it: percentages, but for the mean reciprocal rank.
 std::string valueText(size_t measure, double value) {
-    return measure == MRR ? format("%.3f", value) : format("%.1f %%", 100 * value);
+    return measure == MRR ? formatted("%.3f", value) : formatted("%.1f %%", 100 * value);
 }
 
 std::string intervalText(size_t measure, const Estimate& estimate) {
     if (!estimate.interval) return "-";
     const auto [low, high] = *estimate.interval;
-    return measure == MRR ? format("%.3f-%.3f", low, high)
-                          : format("%.1f-%.1f %%", 100 * low, 100 * high);
-}
-
-std::string counted(uint64_t number, const char* thing) {
-    return grouped(number) + " " + thing + (number == 1 ? "" : "s");
+    return measure == MRR ? formatted("%.3f-%.3f", low, high)
+                          : formatted("%.1f-%.1f %%", 100 * low, 100 * high);
 }
 
 std::string headLines(const Comparison& comparison) {
-    return counted(comparison.counts.openings, "opening") + " of " +
-           counted(comparison.traces, "trace") + "; 95 % intervals by drawing from " +
-           counted(comparison.units, comparison.byTrace ? "trace" : "day") + "\n\n" +
+    return amount(comparison.counts.openings, "opening") + " of " +
+           amount(comparison.traces, "trace") + "; 95 % intervals by drawing from " +
+           amount(comparison.units, comparison.byTrace ? "trace" : "day") + "\n\n" +
            "method              answered          top-1             top-4             top-8"
            "              MRR\n";
 }
@@ -58,21 +42,20 @@ std::string methodRows(const Comparison& comparison, Method method) {
     const auto place = static_cast<size_t>(method);
     const Estimates& estimates = comparison.methods[place];
     const uint64_t answered = comparison.answered[place];
-    std::string row = methodName(method);
-    row.resize(18, ' ');
-    row += cell(grouped(answered), 10);
-    std::string below = cell(percentage(answered, comparison.counts.openings), 28);
+    std::string row = padded(methodName(method), 18) + rightAligned(grouped(answered), 10);
+    std::string below = rightAligned(percentage(answered, comparison.counts.openings), 28);
     for (size_t i = 0; i < MEASURES; ++i) {
         const std::string value = valueText(i, estimates[i].value);
-        row += i == MRR ? cell(value, 17)
-                        : cell(grouped(comparison.counts.hits[place][i]), 10) + cell(value, 8);
-        below += cell(intervalText(i, estimates[i]), i == MRR ? 17 : 18);
+        row += i == MRR ? rightAligned(value, 17)
+                        : rightAligned(grouped(comparison.counts.hits[place][i]), 10) +
+                              rightAligned(value, 8);
+        below += rightAligned(intervalText(i, estimates[i]), i == MRR ? 17 : 18);
     }
     return row + "\n" + below + "\n";
 }
 
 std::string leadText(size_t measure, double lead) {
-    return measure == MRR ? format("%+.3f", lead) : format("%+.1f", 100 * lead);
+    return measure == MRR ? formatted("%+.3f", lead) : formatted("%+.1f", 100 * lead);
 }
 
 // Who wins by a measure, the engine or the best simple rule, and whether that may be chance.

@@ -3,6 +3,8 @@
 #include <ctime>
 #include <vector>
 
+#include "tools/common/Text.h"
+
 namespace {
 
 // Where an opening is counted.
@@ -12,17 +14,10 @@ struct Place {
 };
 
 // By the clock on the wall.
-tm localReading(TraceTime time) {
-    const time_t moment = wholeSeconds(time);
+uint32_t hourOfWeek(time_t moment) {
     tm local{};
     localtime_r(&moment, &local);
-    return local;
-}
-
-std::string dayText(const tm& local) {
-    char text[32];
-    strftime(text, sizeof(text), "%Y-%m-%d", &local);
-    return text;
+    return static_cast<uint32_t>((local.tm_wday + 6) % 7 * 24 + local.tm_hour);
 }
 
 // Counts the openings, each at its places.
@@ -30,10 +25,9 @@ std::vector<Place> countOpenings(const Trace& trace, TraceScore& score) {
     std::vector<Place> places;
     places.reserve(trace.size());
     for (size_t row = 0; row < trace.size(); ++row) {
-        const tm local = localReading(trace.time(row));
-        const auto hour = static_cast<uint32_t>((local.tm_wday + 6) % 7 * 24 + local.tm_hour);
-        places.push_back({dayText(local),
-                          {&score.hours[hour], &score.stretches[stretchOf(row + 1)],
+        const time_t moment = wholeSeconds(trace.time(row));
+        places.push_back({localTimeText(moment, "%Y-%m-%d"),
+                          {&score.hours[hourOfWeek(moment)], &score.stretches[stretchOf(row + 1)],
                            &score.apps[trace.name(row)]}});
         ++score.openings[places.back().day];
         for (HitCounts* const counts : places.back().counts) ++counts->openings;

@@ -62,10 +62,17 @@ Verb makeReportVerb() {
          {"ksbrain report --from scores.jsonl -o report.html",
           "many traces together, each scored by compare --json, and how their users differ"}}};
     verb.text("TRACE", options->trace, std::string("What to score: ") + TRACE_KINDS);
+    options->scoring.addTo(verb);
     verb.text("--from FILE", options->from,
               "Take what compare --json printed, a line for each trace, instead of a trace; - is "
-              "standard input");
-    options->scoring.addTo(verb);
+              "standard input")
+        .excludes("--charging")
+        .excludes("--user")
+        .excludes("--drop")
+        .excludes("--keep")
+        .excludes("--day-first")
+        .excludes("--month-first")
+        .excludes("--skip-bad");
     verb.text("-o,--output FILE", options->output, "The page to write").required();
     addSeedOption(verb, options->seed, "Seed of the resampling behind the intervals");
     verb.run = [options] { return report(*options); };

@@ -26,6 +26,7 @@ TEST(ReportProgram, RefusesBadInputAndWritesNothing) {
         {{"-o", page, "--from", files.file("good.csv")}, 2, files.file("good.csv") + ":1: is no"},
         {{"-o", page}, 2, "either a TRACE or --from"},
         {{"-o", page, "--from", "-", files.file("good.csv")}, 2, "either a TRACE or --from"},
+        {{"-o", page, "--from", "-", "--charging", "never"}, 2, "--charging excludes --from"},
         {{files.file("good.csv")}, 2, "--output"},
         {{"-o", files.file("no/page.html"), files.file("good.csv")}, 1, files.file("no/page.html")},
         {{"-o", page, "--charging", "noon", files.file("good.csv")}, 2, "noon"},

@@ -18,29 +18,37 @@ class BrainEvent : public RefBase {
   public:
     const char* getName() const override { return "BrainEvent"; }
 
-    // The event code, 1..22.
+    // The codes, of 1..22, that the engine itself sends or acts on.
+    enum Code : int32_t {
+        INIT = 1,        // sent by the engine when it starts
+        APP_OPENED = 4,  // an application came to the front
+        CHARGING = 6,    // the charging state changed
+        EXIT = 15,       // sent by the engine when it stops
+    };
+
+    // The event code.
     int32_t type = 0;
 
-    // Code 1: the host's response handler, carried and not used. Code 6: the first byte is the
-    // charging flag, non-zero while the device charges.
+    // INIT: the host's response handler, carried and not used. CHARGING: the first byte is the
+    // flag, non-zero while the device charges.
     union {
         void* responseHandler = nullptr;
         uint8_t charging;
     };
 
-    // Code 4: the package that came to the front.
+    // APP_OPENED: the package that came to the front.
     std::string package;
 
     // Not read by the engine.
     uint8_t reserved1[104] = {};
 
-    // Code 4: non-zero when packageList is filled.
+    // APP_OPENED: non-zero when packageList is filled.
     uint8_t hasPackageList = 0;
 
     // Not read by the engine.
     uint8_t reserved2[7] = {};
 
-    // Code 4: the names of all installed packages.
+    // APP_OPENED: the names of all installed packages.
     std::vector<std::string> packageList;
 
     // Not read by the engine.

@@ -13,8 +13,6 @@ namespace {
 
 constexpr char TAG[] = "BrainMainApi";
 constexpr char WORKER_NAME[] = "vexa-ks";
-constexpr int CODE_INIT = 1;
-constexpr int CODE_EXIT = 15;
 
 // The state of the process's one engine. It is never destroyed, since a host's thread may still
 // call in while the process ends; an engine that runs then is stopped by StopAtExit.
@@ -88,7 +86,7 @@ int brain_main_init(void* respHandler) {
     sp<BrainEvent> event(new BrainEvent);
     event->responseHandler = respHandler;
     ENGINE_LOG(LEVEL_DEBUG, TAG, "brain_main_init response Handler: %p", respHandler);
-    postLocked(event, CODE_INIT);
+    postLocked(event, BrainEvent::INIT);
 
     const sp<AppPreloadModel> model(new AppPreloadModel);
     setModel(model);
@@ -100,7 +98,7 @@ int brain_main_init(void* respHandler) {
 
 int brain_main_exit() {
     MutexLock lock(gApiLock);
-    if (gLoop) postLocked(new BrainEvent, CODE_EXIT);
+    if (gLoop) postLocked(new BrainEvent, BrainEvent::EXIT);
     stopLocked();
     return 0;
 }

@@ -23,8 +23,6 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
 
-constexpr int CODE_FOREGROUND = 4;
-
 // An event that tells when, and on which thread, the engine has given it up.
 class TrackedEvent : public BrainEvent {
   public:
@@ -45,7 +43,7 @@ class BrainMainApiTest : public testing::Test {
         auto* tracked = new TrackedEvent;
         event = tracked;
         std::future<std::thread::id> released = tracked->released();
-        event->type = CODE_FOREGROUND;
+        event->type = BrainEvent::APP_OPENED;
         event->package = package;
         ASSERT_EQ(brain_main_send_data(event), 0);
         event.reset();
@@ -219,7 +217,7 @@ TEST_F(BrainMainApiThreads, PredictionsDuringEventsStopsAndStarts) {
     std::thread sender([&busy] {
         while (busy > 0) {
             sp<BrainEvent> event(new BrainEvent);
-            event->type = CODE_FOREGROUND;
+            event->type = BrainEvent::APP_OPENED;
             event->package = "com.mail";
             brain_main_send_data(event);
         }

@@ -56,7 +56,7 @@ class EngineLogTest : public testing::Test {
 
     static void open(const std::string& package) {
         sp<BrainEvent> event(new BrainEvent);
-        event->type = 4;
+        event->type = BrainEvent::APP_OPENED;
         event->package = package;
         ASSERT_EQ(brain_main_send_data(event), 0);
     }

@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr int CODE_FOREGROUND = 4;
-constexpr int CODE_CHARGING = 6;
 constexpr int APPS = 40;
 constexpr int HISTORY = 5000;
 constexpr std::chrono::microseconds PAUSE(200);
@@ -48,7 +46,7 @@ class Engine {
     }
     void open(int number) {
         sp<BrainEvent> event(new BrainEvent);
-        event->type = CODE_FOREGROUND;
+        event->type = BrainEvent::APP_OPENED;
         event->package = appName(number);
         event->hasPackageList = number == 0;
         for (int i = 0; number == 0 && i < APPS; ++i) event->packageList.push_back(appName(i));
@@ -56,7 +54,7 @@ class Engine {
     }
     void charge() {
         sp<BrainEvent> event(new BrainEvent);
-        event->type = CODE_CHARGING;
+        event->type = BrainEvent::CHARGING;
         event->charging = 1;
         send(event);
     }

@@ -26,8 +26,6 @@
 
 namespace {
 
-constexpr int32_t CODE_APP_OPENED = 4;
-constexpr int32_t CODE_CHARGING = 6;
 constexpr char DATA_DIRECTORY[] = "/data/system/korvi_system";
 constexpr size_t MAX_LINE = 1 << 20;
 
@@ -76,7 +74,7 @@ class Host {
         if (words.size() == 2 && words[0] == "charging" &&
             (words[1] == "on" || words[1] == "off")) {
             sp<TrackedEvent> event(new TrackedEvent);
-            event->type = CODE_CHARGING;
+            event->type = BrainEvent::CHARGING;
             event->charging = words[1] == "on" ? 1 : 0;
             return deliver(event);
         }
@@ -86,7 +84,7 @@ class Host {
   private:
     bool open(const std::string& package) {
         sp<TrackedEvent> event(new TrackedEvent);
-        event->type = CODE_APP_OPENED;
+        event->type = BrainEvent::APP_OPENED;
         event->package = package;
         if (mInstalledChanged) {  // the engine keeps its copy of the list
             event->packageList = mInstalled;

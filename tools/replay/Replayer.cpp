@@ -5,9 +5,6 @@
 
 namespace {
 
-constexpr int32_t CODE_APP_OPENED = 4;
-constexpr int32_t CODE_CHARGING = 6;
-
 PredictorScore scoreOf(const AppEvaluation& evaluation) {
     return {evaluation.appOpenCount, evaluation.top1HitCount, evaluation.top4HitCount};
 }
@@ -19,14 +16,14 @@ class ModelSubject : public WalkSubject {
 
     void setCharging(bool charging) override {
         sp<BrainEvent> event(new BrainEvent);
-        event->type = CODE_CHARGING;
+        event->type = BrainEvent::CHARGING;
         event->charging = charging ? 1 : 0;
         mModel.onBrainDataAvailable(event);
     }
 
     void open(const Trace& trace, size_t row) override {
         sp<BrainEvent> event(new BrainEvent);
-        event->type = CODE_APP_OPENED;
+        event->type = BrainEvent::APP_OPENED;
         event->package = trace.name(row);
         if (row == 0) {
             event->hasPackageList = 1;

@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr int32_t CODE_APP_OPENED = 4;
-constexpr int32_t CODE_CHARGING = 6;
-
 const Json OK = {{"ok", true}};
 
 Json errorAt(size_t line, const std::string& what) {
@@ -51,7 +48,7 @@ void requireTrue(const Json& request, const std::string& verb) {
 sp<HostEvent> chargingEvent(const Json& value) {
     if (!value.is_boolean()) throw InputError("\"charging\" takes true or false");
     sp<HostEvent> event(new HostEvent);
-    event->type = CODE_CHARGING;
+    event->type = BrainEvent::CHARGING;
     event->charging = value.get<bool>() ? 1 : 0;
     return event;
 }
@@ -102,7 +99,7 @@ Json ServeConversation::act(const std::string& line) {
 Json ServeConversation::open(const Json& request) {
     if (!request["open"].is_string()) throw InputError("\"open\" takes a name");
     sp<HostEvent> event(new HostEvent);
-    event->type = CODE_APP_OPENED;
+    event->type = BrainEvent::APP_OPENED;
     event->package = request["open"].get<std::string>();
     if (request.contains("packages")) {
         const Json& packages = request["packages"];

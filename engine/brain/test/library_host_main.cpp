@@ -21,7 +21,6 @@
 
 namespace {
 
-constexpr int32_t CODE_FOREGROUND = 4;
 constexpr int SENT = 40;
 
 // Long names, so that their memory changes hands.
@@ -89,7 +88,7 @@ void leaveInAChild() {
 
 sp<BrainEvent> opening(const std::string& package) {
     sp<BrainEvent> event(new DaemonEvent);
-    event->type = CODE_FOREGROUND;
+    event->type = BrainEvent::APP_OPENED;
     event->package = package;
     event->packageList = PACKAGES;
     event->hasPackageList = 1;

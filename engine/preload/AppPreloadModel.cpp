@@ -13,6 +13,7 @@
 #include "looper/Looper.h"
 #include "preload/Count.h"
 #include "preload/FileAccess.h"
+#include "preload/FileNames.h"
 
 namespace {
 
@@ -21,9 +22,6 @@ constexpr long long UPDATE_INTERVAL_MS = 300000;
 constexpr mode_t DIRECTORY_MODE = 0775;
 constexpr size_t TOP = 4;
 
-constexpr int32_t EVENT_APP_OPENED = 4;
-constexpr int32_t EVENT_CHARGING = 6;
-
 // Home screen, recent apps, security centre and installer: nobody launches those to use them.
 constexpr const char* EXCLUDED_PACKAGES[] = {
     "com.veltra.launcher",
@@ -31,10 +29,6 @@ constexpr const char* EXCLUDED_PACKAGES[] = {
     "com.quorin.safecenter",
     "com.android.packageinstaller",
 };
-
-std::string evaluationPath() {
-    return environment::dataDirectory() + "/AppPreloadEvaluation";
-}
 
 // Unlike the extraction itself, leaves `value` as it is when none can be read.
 template <typename T>
@@ -79,10 +73,10 @@ int AppPreloadModel::TimerCallBack(void* model) {
 
 void AppPreloadModel::onBrainDataAvailable(sp<BrainEvent>& event) {
     ENGINE_LOG(LEVEL_DEBUG, TAG, "AppPreloadModel::onBrainDataAvailable %d", event->type);
-    if (event->type == EVENT_CHARGING) {
+    if (event->type == BrainEvent::CHARGING) {
         MutexLock lock(mLock);
         mCharging = event->charging;
-    } else if (event->type == EVENT_APP_OPENED) {
+    } else if (event->type == BrainEvent::APP_OPENED) {
         onAppOpened(*event);
     }
 }
@@ -182,7 +176,7 @@ AppEvaluation& AppPreloadModel::storedEvaluationLocked() {
 // Only the evaluation of the predictor in use is kept; the other's counts end with the process.
 int AppPreloadModel::storeEvaluationLocked() {
     const AppEvaluation& evaluation = storedEvaluationLocked();
-    std::ofstream out(evaluationPath(), std::ios::trunc);
+    std::ofstream out(engine_file::pathOf(engine_file::EVALUATION), std::ios::trunc);
     out << "ai " << mUsingZml << std::endl;
     out << "Top1AppHitCount " << evaluation.top1HitCount << std::endl;
     out << "Top4AppHitCount " << evaluation.top4HitCount << std::endl;
@@ -193,7 +187,7 @@ int AppPreloadModel::storeEvaluationLocked() {
 }
 
 int AppPreloadModel::loadEvaluationLocked() {
-    const std::string path = evaluationPath();
+    const std::string path = engine_file::pathOf(engine_file::EVALUATION);
     if (!fileReadable(path)) return 0;
     std::ifstream in(path);
     readValue(in, mUsingZml);

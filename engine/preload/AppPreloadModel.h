@@ -32,7 +32,7 @@ class AppPreloadModel : public BrainDataListener {
     // is released.
     void start(Looper* looper);
 
-    // Code 4 teaches, trains and scores; code 6 sets the charging state. The rest is ignored.
+    // APP_OPENED teaches, trains and scores; CHARGING sets the charging state. The rest is ignored.
     void onBrainDataAvailable(sp<BrainEvent>& event) override;
 
     // The packages to preload, best first; empty when no predictor is ready.

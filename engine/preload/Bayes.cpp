@@ -1,15 +1,22 @@
 #include "preload/Bayes.h"
 
+#include <cstdio>
 #include <numeric>
+#include <utility>
 
 #include "base/Logger.h"
+#include "preload/BayesFile.h"
 #include "preload/Count.h"
+#include "preload/FileAccess.h"
+#include "preload/PersistentFile.h"
 
 namespace {
 
 constexpr char TAG[] = "bayes";
 constexpr int MAX_DIMENSION = 100;
-constexpr uint32_t MAX_FEATURE_VALUE = 10000;
+
+// How many features a file may claim; it bounds the allocation, as MAX_CLASSES does.
+constexpr int MAX_STORED_DIMENSION = 1 << 16;
 
 // The part of a key that all classes share: "feature:value:".
 std::string keyPrefix(int feature, int value) {
@@ -29,6 +36,32 @@ int classOfKey(const std::string& key, size_t prefixLength) {
         if (y >= Bayes::MAX_CLASSES) return -1;
     }
     return y;
+}
+
+// The witnesses of scoreLocked().
+
+struct NoWitness {
+    static constexpr bool ENTERS_ZEROS = true;
+    void factor(size_t, int64_t, float) {}
+    void products(const std::vector<float>&, float) {}
+};
+
+struct Recorder {
+    static constexpr bool ENTERS_ZEROS = false;
+    void factor(size_t y, int64_t count, float value) {
+        answer.classes[y].factors.push_back({static_cast<int>(count), value});
+    }
+    void products(const std::vector<float>& products, float sum) {
+        for (size_t y = 0; y < products.size(); ++y) answer.classes[y].product = products[y];
+        answer.sum = sum;
+    }
+
+    BayesAnswer& answer;
+};
+
+int rejectFile(const ModelScanner& scanner) {
+    ENGINE_LOG(LEVEL_WARNING, TAG, "index %d\n", scanner.lastScan());
+    return Bayes::ERROR_PARSE;
 }
 
 int rejectBatch(int error) {
@@ -118,32 +151,50 @@ int Bayes::learnInnerLocked(const std::vector<std::vector<int>>& X, const std::v
     return OK;
 }
 
-std::vector<float> Bayes::predict(const std::vector<int>& x) {
-    MutexLock lock(mLock);
+template <typename Witness>
+std::vector<float> Bayes::scoreLocked(const std::vector<int>& x, Witness witness) {
     const size_t classes = static_cast<size_t>(mVariableSpaceY);
     if (!isPredictableLocked(x)) return std::vector<float>(classes);
 
     // Every step is rounded to float, in the order of the formula: the scores are exact to the bit.
-    const std::vector<int64_t> classCounts = classCountsLocked();
+    const std::vector<int64_t> classCounts = classCountsLocked(witness.ENTERS_ZEROS);
     std::vector<float> scores(classes, 1.0F);
+    const auto multiply = [&](size_t y, int64_t count, int64_t denominator) {
+        const float factor = static_cast<float>(count + 1) / static_cast<float>(denominator);
+        witness.factor(y, count, factor);
+        scores[y] *= factor;
+    };
     for (size_t i = 0; i < x.size(); ++i) {
-        const std::vector<int64_t> counts = featureCountsLocked(static_cast<int>(i), x[i]);
+        const std::vector<int64_t> counts =
+            featureCountsLocked(static_cast<int>(i), x[i], witness.ENTERS_ZEROS);
         const int64_t smoothing = int64_t{mVariableSpaceX[i]} + 1;
-        for (size_t y = 0; y < classes; ++y) {
-            const float likelihood =
-                static_cast<float>(counts[y] + 1) / static_cast<float>(classCounts[y] + smoothing);
-            scores[y] *= likelihood;
-        }
+        for (size_t y = 0; y < classes; ++y) multiply(y, counts[y], classCounts[y] + smoothing);
     }
-    const float total = static_cast<float>(int64_t{mVariableSpaceY} + mTotalSampleCount);
+    const int64_t total = int64_t{mVariableSpaceY} + mTotalSampleCount;
     float sum = 0.0F;
     for (size_t y = 0; y < classes; ++y) {
-        const float prior = static_cast<float>(classCounts[y] + 1) / total;
-        scores[y] *= prior;
+        multiply(y, classCounts[y], total);
         sum += scores[y];
     }
+    witness.products(scores, sum);
     for (float& score : scores) score /= sum;
     return scores;
+}
+
+std::vector<float> Bayes::predict(const std::vector<int>& x) {
+    MutexLock lock(mLock);
+    return scoreLocked(x, NoWitness());
+}
+
+BayesAnswer Bayes::explain(const std::vector<int>& x) {
+    MutexLock lock(mLock);
+    BayesAnswer answer;
+    answer.samples = mTotalSampleCount;
+    answer.maxima = mVariableSpaceX;
+    answer.classes.resize(static_cast<size_t>(mVariableSpaceY));
+    const std::vector<float> scores = scoreLocked(x, Recorder{answer});
+    for (size_t y = 0; y < scores.size(); ++y) answer.classes[y].score = scores[y];
+    return answer;
 }
 
 bool Bayes::isPredictableLocked(const std::vector<int>& x) {
@@ -153,31 +204,31 @@ bool Bayes::isPredictableLocked(const std::vector<int>& x) {
         return false;
     }
     for (const int value : x) {
-        if (static_cast<uint32_t>(value) <= MAX_FEATURE_VALUE) continue;
+        if (value >= 0 && value <= MAX_FEATURE_VALUE) continue;
         ENGINE_LOG(LEVEL_WARNING, TAG, "x vec element %d is illegal, ignore this predict", value);
         return false;
     }
     return true;
 }
 
-// Both count functions enter a zero for what they do not find, and the next save writes those
-// zeros: the model grows by what it is asked.
+// Both count functions enter a zero for what a prediction does not find, and the next save writes
+// those zeros: the model grows by what it is asked.
 
-std::vector<int64_t> Bayes::classCountsLocked() {
+std::vector<int64_t> Bayes::classCountsLocked(bool entersZeros) {
     std::vector<int64_t> counts;
     counts.reserve(static_cast<size_t>(mVariableSpaceY));
     auto entry = mDistributionY.lower_bound(0);
-    for (int y = 0; y < mVariableSpaceY; ++y, ++entry) {
-        if (entry == mDistributionY.end() || entry->first != y) {
-            entry = mDistributionY.emplace_hint(entry, y, 0);
-        }
-        counts.push_back(entry->second);
+    for (int y = 0; y < mVariableSpaceY; ++y) {
+        const bool found = entry != mDistributionY.end() && entry->first == y;
+        if (!found && entersZeros) entry = mDistributionY.emplace_hint(entry, y, 0);
+        counts.push_back(found ? entry->second : 0);
+        if (found || entersZeros) ++entry;
     }
     return counts;
 }
 
 // One walk over the keys of this feature and value, in place of a look-up for each class.
-std::vector<int64_t> Bayes::featureCountsLocked(int feature, int value) {
+std::vector<int64_t> Bayes::featureCountsLocked(int feature, int value, bool entersZeros) {
     const std::string prefix = keyPrefix(feature, value);
     constexpr int64_t ABSENT = -1;
     std::vector<int64_t> counts(static_cast<size_t>(mVariableSpaceY), ABSENT);
@@ -190,9 +241,19 @@ std::vector<int64_t> Bayes::featureCountsLocked(int feature, int value) {
     for (size_t y = 0; y < counts.size(); ++y) {
         if (counts[y] != ABSENT) continue;
         counts[y] = 0;
-        mDistributionXandY.emplace(prefix + std::to_string(y), 0);
+        if (entersZeros) mDistributionXandY.emplace(prefix + std::to_string(y), 0);
     }
     return counts;
+}
+
+int Bayes::sampleCount() {
+    MutexLock lock(mLock);
+    return mTotalSampleCount;
+}
+
+int Bayes::classCount() {
+    MutexLock lock(mLock);
+    return mVariableSpaceY;
 }
 
 std::string Bayes::toString() {
@@ -215,4 +276,114 @@ std::string Bayes::dumpMemory() {
            line("%mDistributionXandY byte %d\n", keyBytes) +
            line("%mDistributionY size %d\n", mDistributionY.size()) +
            line("%mDistributionY byte %d\n", 8 * mDistributionY.size());
+}
+
+std::string Bayes::serializeLocked() {
+    ModelText out;
+    out << "mTotalSampleCount " << mTotalSampleCount << '\n';
+    out << "mDimensionX " << mDimensionX << '\n';
+    out << "mVariableSpaceX " << mListedSpaceX << '\n';
+    for (int i = 0; i < mListedSpaceX; ++i) out << mVariableSpaceX[static_cast<size_t>(i)] << '\n';
+    out << "mVariableSpaceY " << mVariableSpaceY << '\n';
+    out << "mDistributionY " << static_cast<int>(mDistributionY.size()) << '\n';
+    for (const auto& [y, count] : mDistributionY) out << y << ' ' << count << '\n';
+    out << "mDistributionXandY " << static_cast<int>(mDistributionXandY.size()) << '\n';
+    for (const auto& [key, count] : mDistributionXandY) out << key << ' ' << count << '\n';
+    return std::move(out.text());
+}
+
+int Bayes::storeDataToDiskLocked() {
+    return mModelPath.empty() ? ERROR_NO_PATH : storeModelText(mModelPath, serializeLocked());
+}
+
+std::unique_ptr<Bayes> Bayes::createBayesFromModel(const char* path) {
+    if (path == nullptr) return nullptr;
+    const PersistentFile file(path);
+    if (fileExists(file.backupPath())) file.restoreBackup();
+    FILE* const stream = fopen(path, "r");
+    if (stream == nullptr) {
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "model file %s does not exist \n", path);
+        return nullptr;
+    }
+    std::unique_ptr<Bayes> model(new Bayes(path));
+    int error = OK;
+    {
+        MutexLock lock(model->mLock);
+        error = model->unserializeLocked(stream);
+    }
+    fclose(stream);
+    if (error != OK) {
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "bayes unserialize error %d\n", error);
+        return nullptr;
+    }
+    return model;
+}
+
+int Bayes::unserializeLocked(FILE* file) {
+    if (file == nullptr) return ERROR_STREAM;
+    ModelScanner scanner(file);
+
+    int totalSampleCount = 0;
+    if (scanner.scan("%*s %d", &totalSampleCount) == 1 && totalSampleCount <= 0) {
+        return rejectFile(scanner);
+    }
+    int dimension = 0;
+    if (scanner.scan("%*s %d", &dimension) == 1 &&
+        (dimension <= 0 || dimension > MAX_STORED_DIMENSION)) {
+        return rejectFile(scanner);
+    }
+
+    // How many maxima follow is the dimension's affair, not that of the count written before them.
+    if (scanner.scan("%*s %*d\n") != 0) return rejectFile(scanner);
+    mVariableSpaceX.resize(static_cast<size_t>(dimension));
+    int maximum = 0;
+    for (int32_t& stored : mVariableSpaceX) {
+        if (scanner.scan("%d", &maximum) == 1 && maximum < 1) return rejectFile(scanner);
+        stored = maximum;
+    }
+
+    int classes = 0;
+    if (scanner.scan("%*s %d\n", &classes) == 1 && (classes <= 0 || classes > MAX_CLASSES)) {
+        return rejectFile(scanner);
+    }
+
+    std::map<int, int> distributionY;
+    int entries = 0;
+    if (scanner.scan("%*s %d\n", &entries) == 1 && entries <= 0) return rejectFile(scanner);
+    int y = 0;
+    int count = 0;
+    bool anyRead = false;
+    const auto readClass = [&] {
+        const int items = scanner.scan("%d %d\n", &y, &count);
+        if (items == 2 && y >= 0 && count < 0) return ModelScanner::REFUSED;
+        anyRead |= items > 0;
+        if (anyRead) distributionY[y] = count;
+        return items;
+    };
+    if (!scanner.scanEntries(entries, readClass)) return rejectFile(scanner);
+
+    std::map<std::string, int> distributionXandY;
+    entries = 0;
+    if (scanner.scan("%*s %d\n", &entries) == 1 && entries <= 0) return rejectFile(scanner);
+    char key[64] = "";  // ample for "feature:value:class"; a longer word is read in pieces
+    count = 0;
+    anyRead = false;
+    const auto readKey = [&] {
+        const int items = scanner.scan("%63s %d\n", key, &count);
+        if (items == 2 && count < 0) return ModelScanner::REFUSED;
+        anyRead |= items > 0;
+        // The file is sorted, as a rule.
+        if (anyRead) distributionXandY.insert_or_assign(distributionXandY.end(), key, count);
+        return items;
+    };
+    if (!scanner.scanEntries(entries, readKey)) return rejectFile(scanner);
+
+    mTrained = true;
+    mTotalSampleCount = totalSampleCount;
+    mDimensionX = dimension;
+    mListedSpaceX = dimension;
+    mVariableSpaceY = classes;
+    mDistributionY.swap(distributionY);
+    mDistributionXandY.swap(distributionXandY);
+    return OK;
 }

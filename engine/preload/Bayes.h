@@ -10,6 +10,25 @@
 #include "base/Mutex.h"
 #include "base/ThreadAnnotations.h"
 
+// What the scores of a model are made of.
+struct BayesAnswer {
+    // A count of samples, and what the formula makes of it.
+    struct Factor {
+        int count = 0;
+        float value = 0;
+    };
+    struct Class {
+        std::vector<Factor> factors;  // in the order of multiplication; the prior is the last
+        float product = 0;
+        float score = 0;  // the product divided by the sum of all
+    };
+
+    int samples = 0;
+    std::vector<int> maxima;  // the largest value learned per feature
+    std::vector<Class> classes;
+    float sum = 0;
+};
+
 // A categorical naive Bayes classifier over small non-negative integers: each sample is a vector x
 // of one value per feature and a class y. The model holds nothing but counts, so it can be trained
 // a batch at a time; it saves itself to its file after each batch.
@@ -38,6 +57,9 @@ class Bayes {
         ERROR_NO_PATH = -15,
     };
 
+    // The largest value of a feature that a prediction may ask with.
+    static constexpr int MAX_FEATURE_VALUE = 10000;
+
     // Far above what a phone comes to; it bounds what a damaged file can make the process allocate.
     static constexpr int MAX_CLASSES = 1 << 16;
 
@@ -59,11 +81,19 @@ class Bayes {
     int update(const std::vector<std::vector<int>>& X, const std::vector<int>& Y);
 
     // One score per class, adding up to 1. All are 0 when the model is untrained, when `x` has not
-    // one value per feature, or when a value is outside 0..10000.
+    // one value per feature, or when a value is outside 0..MAX_FEATURE_VALUE.
     std::vector<float> predict(const std::vector<int>& x);
+
+    // predict(), with what the scores are made of; there are no factors where that gives zeros. For
+    // reports: unlike a prediction, it leaves the model as it is.
+    BayesAnswer explain(const std::vector<int>& x);
 
     // The text of the model's file.
     std::string toString();
+
+    // For reports.
+    int sampleCount();
+    int classCount();
 
     // The sizes of the model's tables, for diagnostics.
     std::string dumpMemory();
@@ -79,10 +109,15 @@ class Bayes {
         REQUIRES(mLock);
     void clear() REQUIRES(mLock);
     bool isPredictableLocked(const std::vector<int>& x) REQUIRES(mLock);
-    std::vector<int64_t> classCountsLocked() REQUIRES(mLock);
-    std::vector<int64_t> featureCountsLocked(int feature, int value) REQUIRES(mLock);
 
-    // In BayesFile.cpp.
+    // The scores' one computation. `witness` is shown its steps, and says whether the model enters
+    // zeros for the counts that it does not find.
+    template <typename Witness>
+    std::vector<float> scoreLocked(const std::vector<int>& x, Witness witness) REQUIRES(mLock);
+    std::vector<int64_t> classCountsLocked(bool entersZeros) REQUIRES(mLock);
+    std::vector<int64_t> featureCountsLocked(int feature, int value, bool entersZeros)
+        REQUIRES(mLock);
+
     std::string serializeLocked() REQUIRES(mLock);
     int unserializeLocked(FILE* file) REQUIRES(mLock);
     int storeDataToDiskLocked() REQUIRES(mLock);

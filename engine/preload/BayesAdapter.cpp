@@ -8,16 +8,13 @@
 #include "base/Environment.h"
 #include "base/Logger.h"
 #include "preload/Count.h"
+#include "preload/FileNames.h"
+#include "preload/Ranking.h"
 #include "preload/TextTable.h"
 
 namespace {
 
 constexpr char TAG[] = "AppPreloadModel";
-constexpr int DIMENSION = 4;
-constexpr size_t BATCH_SIZE = 11;
-
-// A model file beyond this size is given up: the model starts afresh with the next batch.
-constexpr off_t MAX_MODEL_BYTES = 512 * 1024;
 
 // Independent of the locale, unlike isalnum().
 bool isPackageCharacter(char c) {
@@ -27,36 +24,20 @@ bool isPackageCharacter(char c) {
 
 bool outgrown(const std::string& modelPath) {
     struct stat status {};
-    return stat(modelPath.c_str(), &status) != 0 || status.st_size > MAX_MODEL_BYTES;
-}
-
-// The classes in the order of their scores: the positive ones, best first, equals by class; then
-// class 0 over and over, until there are as many as scores.
-std::vector<int> rank(const std::vector<float>& scores) {
-    std::vector<int> classes;
-    for (size_t y = 0; y < scores.size(); ++y) {
-        if (scores[y] > 0.0F) classes.push_back(static_cast<int>(y));
-    }
-    std::sort(classes.begin(), classes.end(), [&](int a, int b) {
-        const float scoreA = scores[static_cast<size_t>(a)];
-        const float scoreB = scores[static_cast<size_t>(b)];
-        return scoreA > scoreB || (scoreA == scoreB && a < b);
-    });
-    classes.resize(scores.size(), 0);
-    return classes;
+    return stat(modelPath.c_str(), &status) != 0 || status.st_size > BayesAdapter::MAX_MODEL_BYTES;
 }
 
 }  // namespace
 
 BayesAdapter::BayesAdapter()
-    : mModelPath(environment::dataDirectory() + "/AppPreloadBayesModel"),
-      mAppMapFile(environment::dataDirectory() + "/AppPreloadMap") {
+    : mModelPath(engine_file::pathOf(engine_file::MODEL)),
+      mAppMapFile(engine_file::pathOf(engine_file::APP_TABLE)) {
     MutexLock lock(mLock);
     mBayes = Bayes::createBayesFromModel(mModelPath.c_str());
     if (mBayes != nullptr) {
         mStatus = STATUS_READY;
     } else {
-        mBayes = Bayes::createEmptyBayes(DIMENSION, mModelPath.c_str());
+        mBayes = Bayes::createEmptyBayes(BayesSample::DIMENSION, mModelPath.c_str());
     }
     if (mBayes == nullptr) {
         ENGINE_LOG(LEVEL_ERROR, TAG, "createEmptyBayes ERROR");
@@ -106,9 +87,12 @@ int BayesAdapter::storeAppMapLocked() {
     return 0;
 }
 
+bool BayesAdapter::isPackageName(const std::string& name) {
+    return !name.empty() && std::all_of(name.begin(), name.end(), isPackageCharacter);
+}
+
 int BayesAdapter::transferPackageToIndex(const std::string& package) {
-    if (package.empty()) return -1;
-    if (!std::all_of(package.begin(), package.end(), isPackageCharacter)) return -1;
+    if (!isPackageName(package)) return -1;
     if (const auto entry = mAppMap.find(package); entry != mAppMap.end()) return entry->second;
     const int index = mAppCount;
     countUp(mAppCount);
@@ -202,9 +186,10 @@ void BayesAdapter::predict(SystemData& data, std::vector<std::string>& out) {
         ENGINE_LOG(LEVEL_DEBUG, TAG, "BayesAdapter predict need 2 history apps");
         return;
     }
-    for (const int y : rank(mBayes->predict(sample.toVecX()))) {
-        out.push_back(transferIndexToPackage(y));
-    }
+    const std::vector<float> scores = mBayes->predict(sample.toVecX());
+    std::vector<int> classes = ranking(scores);
+    classes.resize(scores.size(), 0);  // class 0 over and over, until there are as many as scores
+    for (const int y : classes) out.push_back(transferIndexToPackage(y));
 }
 
 bool BayesAdapter::ready() {

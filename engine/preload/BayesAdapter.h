@@ -16,18 +16,26 @@
 // Turns the switches of the app in front into samples for the naive Bayes model, and the model's
 // scores into package names. It numbers the packages: their indexes, dense from 0 and never given
 // back, are the model's classes and two of its features. Every new package rewrites the table's
-// file, every batch of 11 samples is learned and saved.
+// file, every batch of samples is learned and saved.
 //
-// Files in the data directory: "AppPreloadBayesModel", "AppPreloadMap", each with a ".bak" beside
-// it while it is rewritten. Any thread may call; the adapter's lock is taken before the model's.
+// Any thread may call; the adapter's lock is taken before the model's.
 class BayesAdapter {
   public:
+    // So many samples wait for each training.
+    static constexpr size_t BATCH_SIZE = 11;
+
+    // A model file beyond this size is given up: the model starts afresh with the next batch.
+    static constexpr int MAX_MODEL_BYTES = 512 * 1024;
+
+    // Whether a name may stand for a package: letters, digits, '.' and '_'.
+    static bool isPackageName(const std::string& name);
+
     // Loads the model and the table, or begins with empty ones.
     BayesAdapter();
 
     // Learns that `data.currentApp` came to the front after `data.lastApp`: labels the sample
-    // before this one, trains when 11 wait, and takes a new sample. A package whose name holds
-    // anything but letters, digits, '.' and '_' gives no sample.
+    // before this one, trains when BATCH_SIZE wait, and takes a new sample. A package whose name
+    // is none gives no sample.
     void addSample(SystemData& data);
 
     // Appends one package per class of the model to `out`, best first. Once the positive scores are

@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr int MINUTES_PER_SLOT = 30;
-
 tm localTime(time_t t) {
     if (t == 0) t = environment::now();
     tm local{};

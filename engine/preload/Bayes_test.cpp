@@ -80,6 +80,31 @@ TEST(Bayes, ScoresEqualAPlainCalculationToTheBit) {
     }
 }
 
+TEST(Bayes, ExplainsItsScoresAndStaysAsItIs) {
+    const TempDir dir;
+    dir.write("model", SMALL_MODEL);
+    const auto model = Bayes::createBayesFromModel(dir.file("model").c_str());
+    const BayesAnswer answer = model->explain({1, 0});
+    EXPECT_EQ(model->toString(), SMALL_MODEL);
+    const std::vector<float> scores = model->predict({1, 0});
+    ASSERT_EQ(answer.classes.size(), 2U);
+    EXPECT_EQ(answer.samples, 2);
+    EXPECT_THAT(answer.maxima, ElementsAre(1, 2));
+    const int counts[2][3] = {{1, 1, 1}, {1, 0, 1}};
+    for (size_t y = 0; y < 2; ++y) {
+        float product = 1;
+        ASSERT_EQ(answer.classes[y].factors.size(), 3U);
+        for (size_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(answer.classes[y].factors[i].count, counts[y][i]);
+            product *= answer.classes[y].factors[i].value;
+        }
+        EXPECT_EQ(answer.classes[y].product, product);
+        EXPECT_EQ(answer.classes[y].score, product / answer.sum);
+        EXPECT_EQ(answer.classes[y].score, scores[y]);
+    }
+    EXPECT_THAT(model->explain({1, -1}).classes[0].factors, IsEmpty());
+}
+
 TEST(Bayes, WritesTheModelItLearned) {
     const TempDir dir;
     const auto model = Bayes::createEmptyBayes(2, dir.file("model").c_str());

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "preload/FileNames.h"
+
 // A file that is always rewritten as a whole, so that an interrupted rewrite does not lose what it
 // held: the last complete copy waits beside it, under its path with ".bak" appended, until the new
 // one is written.
@@ -16,7 +18,8 @@ class PersistentFile {
   public:
     enum class StepAside { DONE, REMOVE_FAILED, RENAME_FAILED };
 
-    explicit PersistentFile(const std::string& path) : mPath(path), mBackupPath(path + ".bak") {}
+    explicit PersistentFile(const std::string& path)
+        : mPath(path), mBackupPath(engine_file::backupOf(path)) {}
 
     const std::string& path() const { return mPath; }
     const std::string& backupPath() const { return mBackupPath; }

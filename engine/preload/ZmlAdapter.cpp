@@ -11,25 +11,21 @@
 #include "base/Environment.h"
 #include "base/Logger.h"
 #include "preload/FileAccess.h"
+#include "preload/FileNames.h"
+#include "preload/Ranking.h"
 #include "preload/TextTable.h"
 #include "zml/ZmlSessionManager.h"
 
 namespace {
 
 constexpr char TAG[] = "AppPreloadModel";
-constexpr char SESSION_NAME[] = "aiPreloadApp";
 
-constexpr int VOCABULARY = 30;
-constexpr int CONTEXT = 2;
-constexpr size_t TRAINING_HISTORY = 5000;
+constexpr int VOCABULARY = ZmlSession::VOCABULARY;
+constexpr int CONTEXT = ZmlSession::CONTEXT;
 constexpr size_t DROPPED_PART = 5;  // a training drops this part of the history, the oldest
 
 PersistentFile usageFile() {
-    return PersistentFile(environment::dataDirectory() + "/AppUsage");
-}
-
-std::string historyPath() {
-    return environment::dataDirectory() + "/AppHistory";
+    return PersistentFile(engine_file::pathOf(engine_file::USAGE));
 }
 
 // Sets failbit when the text is no table.
@@ -246,18 +242,9 @@ void ZmlAdapter::predict(std::vector<std::string>& out) {
         return;
     }
 
-    float scores[VOCABULARY] = {};
-    if (!inferenceLocked(input, CONTEXT, scores, VOCABULARY)) return;
-    for (int round = 0; round < VOCABULARY; ++round) {
-        int best = -1;
-        float bestScore = 0.0f;
-        for (int id = 0; id < VOCABULARY; ++id) {
-            if (!(scores[id] > bestScore)) continue;
-            best = id;
-            bestScore = scores[id];
-        }
-        if (best < 0) return;  // nor is any left for the next rounds
-        scores[best] = 0.0f;
+    std::vector<float> scores(VOCABULARY);
+    if (!inferenceLocked(input, CONTEXT, scores.data(), VOCABULARY)) return;
+    for (const int best : ranking(scores)) {
         const auto usage =
             std::find_if(mAppUsage.begin(), mAppUsage.end(),
                          [&](const AppUsage& candidate) { return candidate.index == best; });
@@ -291,7 +278,7 @@ std::string ZmlAdapter::dumpMemory() {
 }
 
 void ZmlAdapter::loadHistoryAppsLocked() {
-    const std::string path = historyPath();
+    const std::string path = engine_file::pathOf(engine_file::HISTORY);
     std::ifstream stream(path);
     if (!fileReadable(path) || !stream.is_open()) return;
     mHistoryApps.clear();
@@ -308,7 +295,8 @@ void ZmlAdapter::loadHistoryAppsLocked() {
 void ZmlAdapter::storeHistoryAppsLocked(std::vector<std::string>& apps, bool append) {
     ENGINE_LOG(LEVEL_DEBUG, TAG,
                append ? "append store history apps" : "replace store history apps");
-    std::ofstream stream(historyPath(), append ? std::ios::app : std::ios::trunc);
+    std::ofstream stream(engine_file::pathOf(engine_file::HISTORY),
+                         append ? std::ios::app : std::ios::trunc);
     for (const std::string& app : apps) stream << app << std::endl;
     ENGINE_LOG(LEVEL_DEBUG, TAG, "store history apps ok");
 }

@@ -10,8 +10,8 @@
 #include "zml/ZmlSession.h"
 
 // Predicts the next application with the sequence network of libzml.so. It keeps the history of
-// opened applications and the table of the 30 most used ones, whose ids the network knows; trains
-// the network on the history's ids while the device charges; and turns its scores back into
+// opened applications and the table of the VOCABULARY most used ones, whose ids the network knows;
+// trains the network on the history's ids while the device charges; and turns its scores back into
 // packages.
 //
 // Any thread may call. The training's end comes on the library's thread; the destructor waits for
@@ -26,6 +26,12 @@ class ZmlAdapter {
         STATE_READY = 4,   // a trained network is loaded
         STATE_FAILED = 5,  // no network could be made, trained or loaded; final
     };
+
+    // Of libzml.so, which keeps the network under that name.
+    static constexpr char SESSION_NAME[] = "aiPreloadApp";
+
+    // The network is trained on a history of so many entries.
+    static constexpr size_t TRAINING_HISTORY = 5000;
 
     // Loads the files and starts the session, with its trained network if it has one.
     ZmlAdapter();

@@ -8,12 +8,13 @@
 #include <vector>
 
 #include "zml/Bytes.h"
+#include "zml/ZmlSession.h"
 
 namespace zml {
 
 // A network knows the ids 0..VOCABULARY - 1 and predicts from the last CONTEXT of them.
-constexpr int VOCABULARY = 30;
-constexpr int CONTEXT = 2;
+constexpr int VOCABULARY = ZmlSession::VOCABULARY;
+constexpr int CONTEXT = ZmlSession::CONTEXT;
 
 // One score per id.
 using Scores = std::array<float, VOCABULARY>;

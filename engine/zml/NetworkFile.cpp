@@ -96,22 +96,30 @@ Bytes encode(const StoredNetwork& network) {
 // What is wrong with the bytes of a file; empty when they are a whole network.
 std::string findProblem(const Bytes& bytes) {
     if (bytes.size() < HEADER_SIZE + CHECKSUM_SIZE) return "cut off";
-    if (!std::equal(MAGIC, MAGIC + MAGIC_SIZE, bytes.begin())) return "not a network";
-    const uint32_t version = readU32(bytes, VERSION_OFFSET);
-    if (version != VERSION) return "of version " + std::to_string(version);
-    if (readU32(bytes, SIZE_OFFSET) != bytes.size() - HEADER_SIZE - CHECKSUM_SIZE) {
-        return "of the wrong size";
-    }
-    const size_t checked = bytes.size() - CHECKSUM_SIZE;
-    if (readU32(bytes, checked) != crc32(bytes.data(), checked)) return "damaged";
-    if (readU32(bytes, VOCABULARY_OFFSET) != VOCABULARY ||
-        readU32(bytes, CONTEXT_OFFSET) != CONTEXT) {
+    const std::optional<NetworkHeader> header = NetworkFile::readHeader(bytes);
+    if (!header) return "not a network";
+    if (header->version != VERSION) return "of version " + std::to_string(header->version);
+    if (header->size != bytes.size() - HEADER_SIZE - CHECKSUM_SIZE) return "of the wrong size";
+    if (!header->checksumRight) return "damaged";
+    if (header->vocabulary != VOCABULARY || header->context != CONTEXT) {
         return "of other dimensions";
     }
     return "";
 }
 
 }  // namespace
+
+std::optional<NetworkHeader> NetworkFile::readHeader(const Bytes& bytes) {
+    if (bytes.size() < HEADER_SIZE + CHECKSUM_SIZE ||
+        !std::equal(MAGIC, MAGIC + MAGIC_SIZE, bytes.begin())) {
+        return std::nullopt;
+    }
+    const size_t checked = bytes.size() - CHECKSUM_SIZE;
+    return NetworkHeader{
+        readU32(bytes, VERSION_OFFSET),    readU32(bytes, KIND_OFFSET),
+        readU32(bytes, VOCABULARY_OFFSET), readU32(bytes, CONTEXT_OFFSET),
+        readU32(bytes, SIZE_OFFSET),       readU32(bytes, checked) == crc32(bytes.data(), checked)};
+}
 
 NetworkFile::NetworkFile(const std::string& directory, const std::string& session)
     : mDirectory(directory),

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "zml/Bytes.h"
@@ -10,6 +11,16 @@ namespace zml {
 struct StoredNetwork {
     uint32_t kind = 0;  // of the learner
     Bytes parameters;
+};
+
+// The numbers of a network's file that do not depend on the learner.
+struct NetworkHeader {
+    uint32_t version = 0;
+    uint32_t kind = 0;
+    uint32_t vocabulary = 0;
+    uint32_t context = 0;
+    uint32_t size = 0;
+    bool checksumRight = false;
 };
 
 // The file of a session's network, "<session>.zml" in the data directory. All numbers have 32 bits,
@@ -30,6 +41,9 @@ struct StoredNetwork {
 class NetworkFile {
   public:
     enum class Read { MISSING, UNUSABLE, WHOLE };
+
+    // What stands in a file of these bytes; nothing when it is too short or begins otherwise.
+    static std::optional<NetworkHeader> readHeader(const Bytes& bytes);
 
     NetworkFile(const std::string& directory, const std::string& session);
 

@@ -12,11 +12,16 @@ namespace zml {
 class SessionState;
 }
 
-// One named session with its sequence network over the ids 0..29, which has at most one network in
-// hand: a fresh one or a loaded one. Sessions are made by ZmlSessionManager and live until they are
-// released there. Any thread may call.
+// One named session with its sequence network over the ids 0..VOCABULARY - 1, which has at most one
+// network in hand: a fresh one or a loaded one. Sessions are made by ZmlSessionManager and live
+// until they are released there. Any thread may call.
 class __attribute__((visibility("default"))) ZmlSession {
   public:
+    static constexpr int VOCABULARY = 30;
+
+    // A prediction follows from so many ids.
+    static constexpr int CONTEXT = 2;
+
     // createSequenceNetwork()'s modes.
     static constexpr int MODE_LOAD = 0;
     static constexpr int MODE_CREATE = 1;
@@ -25,8 +30,8 @@ class __attribute__((visibility("default"))) ZmlSession {
     bool isNetworkTrained();
 
     // Replaces the network in hand. MODE_LOAD (data null, length 0): loads the stored network for
-    // prediction. MODE_CREATE: makes a fresh network to be trained on `data`, `length` ids of
-    // 0..29, oldest first, at least three, which are copied. False on failure, which leaves no
+    // prediction. MODE_CREATE: makes a fresh network to be trained on `data`, `length` ids,
+    // oldest first, at least three, which are copied. False on failure, which leaves no
     // network.
     bool createSequenceNetwork(int mode, int* data, int length);
 
@@ -41,8 +46,8 @@ class __attribute__((visibility("default"))) ZmlSession {
     int asyncTrain(void (*callback)(TrainingResult, void*), long& job, void* user);
 
     // Scores each id as the next after `input`, the last two ids, older first, with the loaded
-    // network. `outputLength` holds the room in `output` (at least 30) and receives 30. Higher is
-    // more likely; all scores are above 0 and 1 in sum. False on failure.
+    // network. `outputLength` holds the room in `output` (at least VOCABULARY) and receives
+    // VOCABULARY. Higher is more likely; all scores are above 0 and 1 in sum. False on failure.
     bool predictSequence(int* input, int inputLength, float* output, int& outputLength);
 
     // Frees the network and cancels a running training, whose callback then does not come; a

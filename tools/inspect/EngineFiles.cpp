@@ -1,16 +1,14 @@
 #include "tools/inspect/EngineFiles.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
+#include <set>
 #include <stdexcept>
 
 #include "tools/common/InputError.h"
@@ -23,79 +21,52 @@ constexpr uint64_t MAX_BYTES = 256 << 20;
 
 bool isEngineFile(const std::string& name) {
     using namespace engine_file;
-    const std::string names[] = {
-        MODEL,      backupOf(MODEL), APP_TABLE, backupOf(APP_TABLE),          HISTORY, USAGE,
-        EVALUATION, backupOf(USAGE), NETWORK,   std::string(NETWORK) + ".tmp"};
-    return std::find(std::begin(names), std::end(names), name) != std::end(names);
+    static const std::set<std::string> names = {
+        MODEL,           backupOf(MODEL), APP_TABLE, backupOf(APP_TABLE), HISTORY, USAGE,
+        backupOf(USAGE), EVALUATION,      NETWORK,   UNFINISHED_NETWORK};
+    return names.count(name) > 0;
 }
 
-std::string readAll(int file, std::string& content) {
-    char buffer[64 * 1024];
-    for (;;) {
-        const ssize_t count = read(file, buffer, sizeof(buffer));
-        if (count == 0) return "";
-        if (count > 0) {
-            content.append(buffer, static_cast<size_t>(count));
-        } else if (errno != EINTR) {
-            return strerror(errno);
-        }
-    }
-}
-
-StoredFile readFile(const std::string& path) {
+StoredFile readFile(const std::filesystem::path& path) {
     StoredFile file;
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0) {
-        file.problem = strerror(errno);
-        return file;
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    if (std::filesystem::is_regular_file(status)) {
+        file.bytes = std::filesystem::file_size(path, error);
+    } else if (!error) {  // opening a pipe would wait for its other end
+        file.problem =
+            std::filesystem::is_directory(status) ? "is a directory" : "is no ordinary file";
     }
-    file.bytes = static_cast<uint64_t>(status.st_size);
-    if (!S_ISREG(status.st_mode)) {  // opening a pipe would wait for its other end
-        file.bytes = 0;
-        file.problem = S_ISDIR(status.st_mode) ? "is a directory" : "is no ordinary file";
-        return file;
+    if (error) file.problem = error.message();
+    if (file.bytes > MAX_BYTES) file.problem = "is far larger than the engine writes it";
+    if (!file.problem.empty()) return file;
+    const std::unique_ptr<FILE, int (*)(FILE*)> stream(fopen(path.c_str(), "re"), &fclose);
+    file.content.resize(stream == nullptr ? 0 : file.bytes);
+    if (stream != nullptr) {
+        file.content.resize(fread(file.content.data(), 1, file.content.size(), stream.get()));
     }
-    if (file.bytes > MAX_BYTES) {
-        file.problem = "is far larger than the engine writes it";
-        return file;
-    }
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        file.problem = strerror(errno);
-        return file;
-    }
-    file.problem = readAll(descriptor, file.content);
-    close(descriptor);
+    if (stream == nullptr || ferror(stream.get()) != 0) file.problem = strerror(errno);
     return file;
-}
-
-uint64_t sizeOf(const std::string& path) {
-    struct stat status {};
-    return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)
-               ? static_cast<uint64_t>(status.st_size)
-               : 0;
 }
 
 }  // namespace
 
-EngineFiles EngineFiles::read(const std::string& directory) {
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), &closedir);
-    if (stream == nullptr) {
-        throw InputError(printable(directory) +
-                         ": the data directory cannot be read: " + strerror(errno));
-    }
-    EngineFiles files;
-    while (const dirent* const entry = readdir(stream.get())) {
-        const std::string name = entry->d_name;
-        if (name == "." || name == "..") continue;
-        const std::string path = directory + "/" + name;
+EngineFiles::EngineFiles(const std::string& directory) {
+    std::error_code error;
+    std::filesystem::directory_iterator entry(directory, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        const std::string name = entry->path().filename();
+        std::error_code ignored;
         if (isEngineFile(name)) {
-            files.mFiles[name] = readFile(path);
+            mFiles[name] = readFile(entry->path());
         } else {
-            files.mForeign[name] = sizeOf(path);
+            const bool plain = !entry->is_symlink(ignored) && entry->is_regular_file(ignored);
+            mForeign[name] = plain ? entry->file_size(ignored) : 0;
         }
     }
-    return files;
+    if (!error) return;
+    throw InputError(printable(directory) +
+                     ": the data directory cannot be read: " + error.message());
 }
 
 const StoredFile* EngineFiles::find(const std::string& name) const {

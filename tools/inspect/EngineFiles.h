@@ -3,9 +3,8 @@
 #include <cstdint>
 #include <map>
 #include <string>
-#include <vector>
 
-#include "tools/common/EngineFileNames.h"
+#include "preload/FileNames.h"
 
 // One entry of the directory as it was found.
 struct StoredFile {
@@ -19,7 +18,7 @@ struct StoredFile {
 class EngineFiles {
   public:
     // Throws InputError when `directory` is none or cannot be listed.
-    static EngineFiles read(const std::string& directory);
+    explicit EngineFiles(const std::string& directory);
 
     // Null when there is no file of that name.
     const StoredFile* find(const std::string& name) const;

@@ -1,8 +1,7 @@
 #include "tools/inspect/EngineStart.h"
 
 #include <fstream>
-#include <memory>
-#include <sstream>
+#include <iterator>
 
 #include "platform/workstation/SettableEnvironment.h"
 #include "preload/AppPreloadModel.h"
@@ -12,28 +11,20 @@ EngineStart::EngineStart(const EngineFiles& files) {
     environment::setDataDirectory(mCopy.path());
     mBayesReady = BayesAdapter().ready();
     mNetworkReady = ZmlAdapter().ready();
-    const std::string path = mCopy.path() + "/" + engine_file::MODEL;
-    if (const std::unique_ptr<Bayes> model = Bayes::createBayesFromModel(path.c_str())) {
-        std::string problem;
-        mModel = readBayesCounts(model->toString(), problem);
-    }
-    loadEvaluation();
+    mModel = Bayes::createBayesFromModel(engine_file::pathOf(engine_file::MODEL).c_str());
+
+    // Only one of the two evaluations is stored; the other stays at 0, and nothing says which was
+    // meant when both are.
+    const sp<AppPreloadModel> engine(new AppPreloadModel);
+    const AppEvaluation bayes = engine->bayesEvaluation();
+    mNetworkInUse = bayes.appOpenCount == 0 && bayes.top1HitCount == 0 && bayes.top4HitCount == 0;
+    mEvaluation = mNetworkInUse ? engine->zmlEvaluation() : bayes;
 }
 
-void EngineStart::loadEvaluation() {
-    const sp<AppPreloadModel> model(new AppPreloadModel);
-    // Only one of the two is stored; the other stays at 0, and nothing says which was meant when
-    // both are.
-    mEvaluation = model->zmlEvaluation();
-    const AppEvaluation bayes = model->bayesEvaluation();
-    mNetworkInUse = bayes.appOpenCount == 0 && bayes.top1HitCount == 0 && bayes.top4HitCount == 0;
-    if (!mNetworkInUse) mEvaluation = bayes;
-}
+EngineStart::~EngineStart() = default;
 
 std::optional<std::string> EngineStart::content(const std::string& name) const {
-    std::ifstream in(mCopy.path() + "/" + name, std::ios::binary);
+    std::ifstream in(mCopy.path() + '/' + name, std::ios::binary);
     if (!in) return std::nullopt;
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return std::string(std::istreambuf_iterator<char>(in), {});
 }

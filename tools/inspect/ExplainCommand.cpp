@@ -8,7 +8,7 @@
 #include "tools/common/InputError.h"
 #include "tools/common/Interrupt.h"
 #include "tools/common/Output.h"
-#include "tools/inspect/Explanation.h"
+#include "tools/inspect/ExplanationText.h"
 #include "tools/trace/TraceTime.h"
 
 namespace {

@@ -1,26 +1,269 @@
 #include "tools/inspect/Explanation.h"
 
 #include <algorithm>
+#include <cmath>
+#include <memory>
+#include <numeric>
 #include <sstream>
+#include <stdexcept>
 
-#include "base/Environment.h"
 #include "platform/workstation/SettableEnvironment.h"
+#include "preload/BayesAdapter.h"
+#include "preload/Ranking.h"
+#include "preload/ZmlAdapter.h"
 #include "tools/common/InputError.h"
 #include "tools/common/Text.h"
-#include "tools/inspect/ExplainBayes.h"
-#include "tools/inspect/ExplainNetwork.h"
+#include "tools/inspect/EngineStart.h"
+#include "tools/inspect/StrictTables.h"
+#include "zml/ZmlSessionManager.h"
 
 namespace {
+
+// One of the engine's tables; empty when it is not there.
+template <typename Table>
+Table readTable(const EngineStart& start, const std::string& file,
+                std::string (*read)(const std::string& text, Table& table)) {
+    Table table;
+    const std::optional<std::string> text = start.content(file);
+    const std::string problem = text ? read(*text, table) : "";
+    if (problem.empty()) return table;
+    throw InputError(file + ": " + problem + "; ksbrain inspect says more");
+}
+
+// Notes the first of some other values of a feature with which the second prediction would lead.
+template <typename Leads, typename TextOf>
+void findAlternative(const std::string& feature, int value, const std::vector<int>& others,
+                     const Leads& leadsWith, const TextOf& textOf, Explanation& result) {
+    const auto found = std::find_if(others.begin(), others.end(), leadsWith);
+    Alternative alternative{feature, textOf(value), std::nullopt};
+    if (found != others.end()) alternative.to = textOf(*found);
+    result.alternatives.push_back(alternative);
+}
+
+std::vector<int> rankingOf(const BayesAnswer& answer) {
+    std::vector<float> scores;
+    for (const BayesAnswer::Class& y : answer.classes) scores.push_back(y.score);
+    return ranking(scores);
+}
+
+// The index of a name in the table, where a new one is entered as the engine does; -1 for a name
+// that the engine does not take in.
+int indexOf(const std::string& name, std::vector<std::string>& names) {
+    if (!BayesAdapter::isPackageName(name)) return -1;
+    const auto found = std::find(names.begin(), names.end(), name);
+    const int index = static_cast<int>(found - names.begin());
+    if (found == names.end()) names.push_back(name);
+    return index;
+}
+
+void noteName(const std::string& name, int index, size_t known, Explanation& result) {
+    if (index < 0) {
+        result.notes.push_back((name.empty() ? "An empty name" : inQuotes(name)) +
+                               " is no package name (letters, digits, '.' and '_'): the engine "
+                               "predicts nothing while it is one of the two.");
+    } else if (static_cast<size_t>(index) >= known) {
+        result.notes.push_back(
+            printable(name) + " is new to the engine: it would enter it in its table under index " +
+            std::to_string(index) + ", and no sample has that value yet.");
+    }
+}
+
+// Other values of a feature, nearest first: slots by the distance on the clock and the later one of
+// two at the same distance, applications by how often the model saw them opened.
+std::vector<int> otherValues(size_t feature, int value, const BayesAnswer& answer,
+                             size_t knownNames) {
+    if (feature == 1) return {1 - value};
+    std::vector<int> values;
+    if (feature == 0) {
+        for (int distance = 1; distance <= SLOTS_PER_DAY / 2; ++distance) {
+            values.push_back((value + distance) % SLOTS_PER_DAY);
+            values.push_back((value + SLOTS_PER_DAY - distance) % SLOTS_PER_DAY);
+        }
+        return values;
+    }
+    values.resize(knownNames);
+    std::iota(values.begin(), values.end(), 0);
+    values.erase(std::remove(values.begin(), values.end(), value), values.end());
+    const auto samplesOf = [&](int index) {
+        const auto y = static_cast<size_t>(index);
+        return y < answer.classes.size() ? answer.classes[y].factors.back().count : 0;
+    };
+    std::stable_sort(values.begin(), values.end(),
+                     [&](int a, int b) { return samplesOf(a) > samplesOf(b); });
+    return values;
+}
+
+void setLifts(const BayesAnswer& answer, std::vector<Prediction>& predictions) {
+    for (size_t i = 0; i <= BayesSample::DIMENSION; ++i) {
+        double logs = 0;
+        for (const BayesAnswer::Class& y : answer.classes) {
+            logs += std::log(static_cast<double>(y.factors[i].value));
+        }
+        const double mean = std::exp(logs / static_cast<double>(answer.classes.size()));
+        for (Prediction& prediction : predictions) {
+            prediction.lifts.push_back(static_cast<double>(prediction.factors[i].value) / mean);
+        }
+    }
+}
+
+void explainBayes(const EngineStart& start, size_t top, Explanation& result) {
+    Bayes& model = *start.model();
+    std::vector<std::string> names = readTable(start, engine_file::APP_TABLE, readAppTable);
+    const size_t known = names.size();
+    const int last = indexOf(result.last, names);
+    const int current = indexOf(result.current, names);
+    const int slot = getTimeSlot(result.time);
+    const int day = getWeekDay(result.time);
+    result.features = BayesSample{slot, day, last, current, -1, result.time}.toVecX();
+    const BayesAnswer answer = model.explain(result.features);
+    if (answer.maxima.size() != BayesSample::DIMENSION) {
+        throw InputError(std::string(engine_file::MODEL) + ": it has " +
+                         std::to_string(answer.maxima.size()) + " dimensions, not " +
+                         std::to_string(BayesSample::DIMENSION) +
+                         ", and so the engine gets no scores from it");
+    }
+    BayesCounts file;
+    const std::string problem =
+        readBayesCounts(start.content(engine_file::MODEL).value_or(""), file);
+    if (problem.empty() && file.maxima.empty()) {
+        result.notes.push_back(
+            "The model's file lists no largest values: this is what an engine started on it "
+            "answers. The one that wrote it smooths with them.");
+    }
+    noteName(result.last, last, known, result);
+    if (current < 0 || current != last) noteName(result.current, current, known, result);
+    result.samples = answer.samples;
+    result.classes = static_cast<int>(answer.classes.size());
+    result.sum = answer.sum;
+    if (last < 0 || current < 0) return;
+    if (std::max(last, current) > Bayes::MAX_FEATURE_VALUE) {
+        throw InputError(std::string(engine_file::APP_TABLE) + ": an index above " +
+                         std::to_string(Bayes::MAX_FEATURE_VALUE) +
+                         ", of which the engine asks nothing");
+    }
+
+    const auto nameOf = [&](int index) {
+        const auto i = static_cast<size_t>(index);
+        return i < names.size() ? names[i] : std::string();
+    };
+    const std::vector<int> ranked = rankingOf(answer);
+    for (size_t i = 0; i < std::min(top, ranked.size()); ++i) {
+        const BayesAnswer::Class& y = answer.classes[static_cast<size_t>(ranked[i])];
+        result.predictions.push_back(
+            {ranked[i], nameOf(ranked[i]), y.score, y.factors, y.product, {}});
+    }
+    setLifts(answer, result.predictions);
+    if (ranked.size() < 2) return;
+    result.second = nameOf(ranked[1]);
+    for (size_t i = 0; i < result.features.size(); ++i) {
+        const auto leadsWith = [&](int value) {
+            std::vector<int> changed = result.features;
+            changed[i] = value;
+            const std::vector<int> others = rankingOf(model.explain(changed));
+            return !others.empty() && others.front() == ranked[1];
+        };
+        const auto textOf = [&](int value) {
+            if (i == 0) return slotText(value);
+            if (i == 1) return std::string(value == 1 ? "working day" : "weekend");
+            return nameOf(value);
+        };
+        const int value = result.features[i];
+        findAlternative(FEATURE_KEYS[i], value, otherValues(i, value, answer, known), leadsWith,
+                        textOf, result);
+    }
+}
+
+// The stored network, opened for questions. The engine's own session must not be open meanwhile.
+class Network {
+  public:
+    Network() {
+        if (mSession && mSession->createSequenceNetwork(ZmlSession::MODE_LOAD, nullptr, 0)) return;
+        throw std::runtime_error("the sequence network cannot be loaded");
+    }
+
+    std::vector<float> ask(int older, int newer) const {
+        int input[ZmlSession::CONTEXT] = {older, newer};
+        std::vector<float> scores(ZmlSession::VOCABULARY);
+        int length = ZmlSession::VOCABULARY;
+        if (mSession->predictSequence(input, ZmlSession::CONTEXT, scores.data(), length)) {
+            return scores;
+        }
+        throw std::runtime_error("the sequence network does not answer");
+    }
+
+  private:
+    struct Release {
+        void operator()(ZmlSession*) const {
+            ZmlSessionManager::getInstance()->releaseSessionLocked(ZmlAdapter::SESSION_NAME);
+        }
+    };
+    const std::unique_ptr<ZmlSession, Release> mSession{
+        ZmlSessionManager::getInstance()->startSessionLocked(ZmlAdapter::SESSION_NAME)};
+};
+
+// `history` ends with the two names.
+void explainNetwork(const EngineStart& start, const std::vector<std::string>& history, size_t top,
+                    Explanation& result) {
+    const std::vector<AppUsage> table = readTable(start, engine_file::USAGE, readUsageTable);
+    const auto nameOf = [&](int id) {
+        const auto i = static_cast<size_t>(id);
+        return i < table.size() ? table[i].package : std::string();
+    };
+    std::vector<int> seen;  // newest first
+    for (auto name = history.rbegin(); name != history.rend() && seen.size() < 2; ++name) {
+        const auto usage = std::find_if(table.begin(), table.end(), [&](const AppUsage& candidate) {
+            return candidate.package == *name;
+        });
+        if (usage != table.end()) {
+            seen.push_back(usage->index);
+        } else if (name - history.rbegin() < 2) {
+            result.notes.push_back((name->empty() ? "An empty name" : printable(*name)) +
+                                   " is not among the " + std::to_string(ZmlSession::VOCABULARY) +
+                                   " applications that the network knows: it passes over it to "
+                                   "the one before.");
+        }
+    }
+    if (seen.size() < 2) {
+        result.notes.push_back(
+            "The network finds no two applications that it knows in the history "
+            "and answers nothing; the Bayes model is not asked in its place.");
+        return;
+    }
+    const int newer = seen[0];
+    const int older = seen[1];
+    result.newer = nameOf(newer);
+    result.older = nameOf(older);
+
+    const Network network;
+    const std::vector<float> scores = network.ask(older, newer);
+    const std::vector<int> ranked = ranking(scores);
+    for (size_t i = 0; i < std::min(top, ranked.size()); ++i) {
+        const float score = scores[static_cast<size_t>(ranked[i])];
+        const double lift = static_cast<double>(score) * ZmlSession::VOCABULARY;
+        result.predictions.push_back({ranked[i], nameOf(ranked[i]), score, {}, 0, {lift}});
+    }
+    if (ranked.size() < 2) return;
+    result.second = nameOf(ranked[1]);
+    for (const bool changesNewer : {false, true}) {
+        const int id = changesNewer ? newer : older;
+        std::vector<int> others;
+        for (int other = ZmlSession::VOCABULARY - 1; other >= 0; --other) {  // most used first
+            if (other != id && !nameOf(other).empty()) others.push_back(other);
+        }
+        const auto leadsWith = [&](int other) {
+            const std::vector<int> changed =
+                ranking(changesNewer ? network.ask(older, other) : network.ask(other, newer));
+            return !changed.empty() && changed.front() == ranked[1];
+        };
+        findAlternative(changesNewer ? "newer" : "older", id, others, leadsWith, nameOf, result);
+    }
+}
 
 std::vector<std::string> historyLines(const EngineStart& start) {
     std::vector<std::string> names;
     std::istringstream text(start.content(engine_file::HISTORY).value_or(""));
     for (std::string line; std::getline(text, line);) names.push_back(line);
     return names;
-}
-
-[[noreturn]] void refuse(const Question& question, const std::string& why) {
-    throw InputError(printable(question.directory) + ": " + why);
 }
 
 void choosePredictor(const Question& question, const EngineStart& start, Explanation& result) {
@@ -30,26 +273,22 @@ void choosePredictor(const Question& question, const EngineStart& start, Explana
         question.predictor == Question::Predictor::NETWORK ||
         (question.predictor == Question::Predictor::ENGINES_CHOICE && start.networkReady());
     if (result.usesNetwork ? result.networkReady : result.bayesReady) return;
-    const std::string advice =
-        "; ksbrain inspect says what is there, and ksbrain replay --data-dir makes such files";
-    if (result.usesNetwork) {
-        refuse(question,
-               "there is no sequence network that a start of the engine would load" + advice);
-    }
-    refuse(question, "there is no Bayes model that a start of the engine would load" + advice);
+    throw InputError(printable(question.directory) + ": there is no " +
+                     (result.usesNetwork ? "sequence network" : "Bayes model") +
+                     " that a start of the engine would load; ksbrain inspect says what is there, "
+                     "and ksbrain replay --data-dir makes such files");
 }
 
 }  // namespace
 
 std::string slotText(int slot) {
-    const unsigned hour = static_cast<unsigned>(slot) / 2;
-    const unsigned minute = static_cast<unsigned>(slot) % 2 * 30;
-    return formatted("%02u:%02u-%02u:%02u", hour, minute, hour, minute + 29);
+    const auto minute = static_cast<unsigned>(slot * MINUTES_PER_SLOT);
+    const unsigned end = minute + MINUTES_PER_SLOT - 1;
+    return formatted("%02u:%02u-%02u:%02u", minute / 60, minute % 60, end / 60, end % 60);
 }
 
 Explanation explain(const Question& question) {
-    const EngineFiles files = EngineFiles::read(question.directory);
-    const EngineStart start(files);
+    const EngineStart start{EngineFiles(question.directory)};
     Explanation result;
     if (question.time) {
         environment::setNow(*question.time);
@@ -62,17 +301,15 @@ Explanation explain(const Question& question) {
 
     std::vector<std::string> history = historyLines(start);
     if (question.names) {
-        std::tie(result.last, result.current) = *question.names;
-        history.push_back(result.last);
-        history.push_back(result.current);
-    } else if (history.size() >= 2) {
-        result.last = history[history.size() - 2];
-        result.current = history.back();
-    } else {
-        refuse(question,
-               "AppHistory does not name the last two applications; give them with "
-               "--last and --current");
+        history.push_back(question.names->first);
+        history.push_back(question.names->second);
+    } else if (history.size() < 2) {
+        throw InputError(printable(question.directory) + ": " + engine_file::HISTORY +
+                         " does not name the last two applications; give them with --last and "
+                         "--current");
     }
+    result.last = history[history.size() - 2];
+    result.current = history.back();
     if (result.usesNetwork) {
         explainNetwork(start, history, question.top, result);
     } else {

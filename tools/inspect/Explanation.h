@@ -6,9 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "tools/inspect/BayesExplanation.h"
-#include "tools/inspect/EngineStart.h"
-#include "tools/inspect/Tables.h"
+#include "preload/Bayes.h"
 
 // What is to be explained.
 struct Question {
@@ -20,25 +18,30 @@ struct Question {
     size_t top = 4;
 };
 
+struct Prediction {
+    int number = 0;           // the class, or the id in the network's vocabulary
+    std::string application;  // empty when no application has the number
+    float score = 0;
+
+    // By the Bayes model: a factor for each feature, then the prior. By the network: none.
+    std::vector<BayesAnswer::Factor> factors;
+    float product = 0;
+
+    // How far the prediction stands above the average. By the Bayes model: each factor beside the
+    // geometric mean of the same factor over all classes. By the network: the score beside that of
+    // a network that knows nothing.
+    std::vector<double> lifts;
+};
+
 // A change of one thing alone that would put the second prediction first.
 struct Alternative {
-    std::string feature;  // "timeSlot", "weekDay", "previous", "current"; "older", "newer"
+    std::string feature;  // one of FEATURE_KEYS; "older", "newer"
     std::string from;
     std::optional<std::string> to;  // nothing when no value does
 };
 
-struct BayesPrediction {
-    int y = 0;
-    std::string application;  // empty when no application has the index
-    BayesFactors factors;
-    std::array<double, BAYES_FEATURES + 1> lift{};  // of each likelihood and the prior: see below
-};
-
-struct NetworkPrediction {
-    std::string application;  // empty when no record of the usage table has the id
-    int id = 0;
-    float score = 0;
-};
+// The Bayes model's features in their order.
+constexpr const char* FEATURE_KEYS[] = {"timeSlot", "weekDay", "previous", "current"};
 
 // Why the engine, started on these files, would predict what it predicts at that moment.
 struct Explanation {
@@ -50,21 +53,19 @@ struct Explanation {
     bool usesNetwork = false;        // which of the two is explained
     std::vector<std::string> notes;  // sentences about names that are not known and the like
 
-    // By the Bayes model. The lift of a factor is what it is beside the geometric mean of the same
-    // factor over all classes: multiplied, a prediction's lifts say how far it stands above the
-    // average.
-    BayesFeatures features{};
+    std::vector<Prediction> predictions;    // as many as were asked for
+    std::string second;                     // the application that came second
+    std::vector<Alternative> alternatives;  // to put it first; empty when there is none
+
+    // By the Bayes model.
+    std::vector<int> features;
     int samples = 0;
     int classes = 0;
-    float sum = 0;
-    std::vector<BayesPrediction> bayes;
+    float sum = 0;  // of the products of all classes
 
-    // By the sequence network, with the two names that it looked back on.
+    // By the sequence network: the two names that it looked back on.
     std::string older;
     std::string newer;
-    std::vector<NetworkPrediction> network;
-
-    std::vector<Alternative> alternatives;  // empty when there is no second
 };
 
 // Works on a copy. Throws InputError when the files do not allow an answer, with what to do.
@@ -72,6 +73,3 @@ Explanation explain(const Question& question);
 
 // Half an hour of the day as "08:00-08:29".
 std::string slotText(int slot);
-
-std::string explanationText(const Explanation& explanation);
-std::string explanationJson(const Explanation& explanation);

@@ -1,4 +1,4 @@
-#include "tools/inspect/Explanation.h"
+#include "tools/inspect/ExplanationText.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -12,6 +12,7 @@
 #include "platform/workstation/SettableEnvironment.h"
 #include "preload/BayesAdapter.h"
 #include "preload/ZmlAdapter.h"
+#include "tools/common/DataDirectory.h"
 #include "tools/common/EngineLog.h"
 #include "tools/common/InputError.h"
 #include "tools/common/JsonLine.h"
@@ -63,7 +64,7 @@ void expectTheNearestSlot(const Explanation& why, Bayes& model) {
     std::vector<int> x(why.features.begin(), why.features.end());
     const auto leads = [&](int slot) {
         x[0] = (slot + 48) % 48;
-        return static_cast<int>(greatest(model.predict(x))) == why.bayes[1].y;
+        return static_cast<int>(greatest(model.predict(x))) == why.predictions[1].number;
     };
     std::optional<std::string> nearest;
     for (int distance = 1; distance <= 24 && !nearest; ++distance) {
@@ -111,11 +112,11 @@ TEST(ExplanationOf, TheDemosStateIsTheEnginesOwnAnswer) {
         BayesAdapter().predict(data, answer);
         const std::vector<float> scores =
             model->predict(std::vector<int>(why.features.begin(), why.features.end()));
-        ASSERT_EQ(why.bayes.size(), 4U);
+        ASSERT_EQ(why.predictions.size(), 4U);
         for (size_t rank = 0; rank < 4; ++rank) {
-            EXPECT_EQ(why.bayes[rank].application, answer[rank]);
-            EXPECT_EQ(why.bayes[rank].factors.score,
-                      scores[static_cast<size_t>(why.bayes[rank].y)]);
+            const Prediction& prediction = why.predictions[rank];
+            EXPECT_EQ(prediction.application, answer[rank]);
+            EXPECT_EQ(prediction.score, scores[static_cast<size_t>(prediction.number)]);
         }
         if (why.features[1] == 1) expectTheTableToMultiply(explanationText(why));
         if (i < 4) expectTheNearestSlot(why, *model);
@@ -133,7 +134,7 @@ TEST(ExplanationOf, TheDemosStateIsTheEnginesOwnAnswer) {
     std::vector<std::string> answer;
     network.predict(answer);
     std::vector<std::string> explained;
-    for (const NetworkPrediction& prediction : why.network) {
+    for (const Prediction& prediction : why.predictions) {
         explained.push_back(prediction.application);
     }
     answer.resize(explained.size());
@@ -166,6 +167,8 @@ TEST_F(ExplainProgram, ShowsTheFactorsAndWhatWouldTurnThem) {
     EXPECT_EQ(first["counts"],
               Json::parse(R"({"timeSlot":3,"weekDay":3,"previous":0,"current":0})"));
     EXPECT_EQ(why["alternatives"][1]["from"], "working day");
+    EXPECT_THAT(this->run({"--bayes", "--top", "1", "--time", "2024-03-01T02:10"}).out,
+                HasSubstr("would put com.b first"));
 }
 
 TEST_F(ExplainProgram, SaysWhatTheEngineDoesWithNamesThatItDoesNotKnow) {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <cstdint>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
-#include "tools/common/JsonLine.h"
 #include "tools/inspect/EngineFiles.h"
-#include "tools/inspect/EngineStart.h"
 
 // How a file was found.
 enum class FileState {
@@ -16,41 +16,28 @@ enum class FileState {
     DAMAGED,
 };
 
+const char* nameOf(FileState state);
+
 // What one of the engine's files holds, in words and as data.
 struct FileReport {
-    FileReport(const std::string& what, const std::string& file) : title(what), name(file) {}
+    FileReport(const std::string& what, const std::string& file);
 
     std::string title;  // "Bayes model"
     std::string name;   // the file's; its backup's, where that is what the next start reads
     uint64_t bytes = 0;
     FileState state = FileState::MISSING;
-    std::vector<std::string> remarks;  // sentences for people
-    Json facts = Json::object();
+    std::vector<std::string> remarks;               // sentences for people
+    std::shared_ptr<nlohmann::ordered_json> facts;  // an object for programs
 
-    void damaged(const std::string& why) {
-        state = FileState::DAMAGED;
-        remarks.push_back(why);
-    }
-    void refused(const std::string& why) {
-        if (state == FileState::WHOLE) state = FileState::REFUSED;
-        remarks.push_back(why);
-    }
+    void damaged(const std::string& why);
+    void refused(const std::string& why);
     void remark(const std::string& text) { remarks.push_back(text); }
 };
 
-const char* nameOf(FileState state);
+// Which backup the next start reads in place of a file, as the last save was not finished.
+enum class Backup { NONE, OF_EXISTING, OF_ANY };
 
 // Fills in the report's size and state as far as that is settled by what is there, and returns the
-// file's content; null when there is nothing to examine.
-const std::string* openReport(FileReport& report, const EngineFiles& files);
-
-// The same for a file with a backup, which the next start reads in its place when the last save was
-// not finished: the report takes its name then. `alsoAlone`: even when the file itself is missing.
-const std::string* openReport(FileReport& report, const EngineFiles& files, bool alsoAlone);
-
-FileReport reportModel(const EngineFiles& files, const EngineStart& start);
-FileReport reportAppTable(const EngineFiles& files, const EngineStart& start);
-FileReport reportHistory(const EngineFiles& files);
-FileReport reportUsage(const EngineFiles& files, const EngineStart& start);
-FileReport reportNetwork(const EngineFiles& files, const EngineStart& start);
-FileReport reportEvaluation(const EngineFiles& files, const EngineStart& start);
+// content to examine, if any. Where that is the backup's, the report takes its name.
+const std::string* openReport(FileReport& report, const EngineFiles& files,
+                              Backup which = Backup::NONE);

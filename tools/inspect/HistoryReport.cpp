@@ -1,16 +1,14 @@
+#include "tools/inspect/HistoryReport.h"
+
 #include <algorithm>
+#include <iterator>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 
+#include "preload/ZmlAdapter.h"
+#include "tools/common/JsonLine.h"
 #include "tools/common/Text.h"
-#include "tools/inspect/FileReport.h"
-
-namespace {
-
-constexpr size_t TRAINING_HISTORY = 5000;
-constexpr size_t VOCABULARY = 30;
-
-}  // namespace
 
 FileReport reportHistory(const EngineFiles& files) {
     FileReport report("history", engine_file::HISTORY);
@@ -24,29 +22,33 @@ FileReport reportHistory(const EngineFiles& files) {
     }
 
     std::vector<std::string> names;
-    size_t words = 0;
     std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        std::istringstream parts(line);
-        for (std::string part; parts >> part;) ++words;
-        names.push_back(line);
-    }
+    for (std::string line; std::getline(lines, line);) names.push_back(line);
     const size_t distinct = std::set<std::string>(names.begin(), names.end()).size();
+    std::istringstream wordStream(text);
+    const auto words =
+        static_cast<size_t>(std::distance(std::istream_iterator<std::string>(wordStream), {}));
     const size_t loaded = words + 1;  // the next start has the last name twice
-    const size_t missing = loaded < TRAINING_HISTORY ? TRAINING_HISTORY - loaded : 0;
-    report.facts["entries"] = names.size();
-    report.facts["distinct"] = distinct;
-    report.facts["first"] = names.front();
-    report.facts["last"] = names.back();
-    report.facts["entriesAfterStart"] = loaded;
-    report.facts["openingsToTraining"] = missing;
+    constexpr size_t NEEDED = ZmlAdapter::TRAINING_HISTORY;
+    const size_t missing = NEEDED - std::min(loaded, NEEDED);
+    Json& facts = *report.facts;
+    facts["entries"] = names.size();
+    facts["distinct"] = distinct;
+    facts["first"] = names.front();
+    facts["last"] = names.back();
+    facts["entriesAfterStart"] = loaded;
+    facts["openingsToTraining"] = missing;
     report.remark(amount(names.size(), "opening") + " of " + amount(distinct, "application") +
                   ", from " + printable(names.front()) + " to " + printable(names.back()) + ".");
-    report.remark(
-        (missing == 0 ? "Enough for a training"
-                      : amount(missing, "opening") + " after the next start to a training") +
-        ", which takes 5,000 entries, of which a start makes one, while the phone charges" +
-        (distinct < VOCABULARY ? ", and 30 applications among them: too few so far." : "."));
+    report.remark((missing == 0
+                       ? "Enough for a training"
+                       : amount(missing, "opening") + " after the next start to a training") +
+                  ", which takes " + amount(NEEDED, "entry", "entries") +
+                  ", of which a start makes one, while the phone charges" +
+                  (distinct < ZmlSession::VOCABULARY
+                       ? ", and " + amount(ZmlSession::VOCABULARY, "application") +
+                             " among them: too few so far."
+                       : "."));
     if (words > names.size()) {
         report.remark("A name holds a blank: the next start reads " + amount(words, "name") + ".");
     }

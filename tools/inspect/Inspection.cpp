@@ -3,27 +3,24 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "tools/common/Colour.h"
+#include "tools/common/JsonLine.h"
 #include "tools/common/Text.h"
+#include "tools/inspect/EvaluationReport.h"
+#include "tools/inspect/HistoryReport.h"
+#include "tools/inspect/ModelReport.h"
+#include "tools/inspect/NetworkReport.h"
+#include "tools/inspect/TableReports.h"
 
 namespace {
 
 constexpr size_t LINE_WIDTH = 96;
 
-// For standard output.
-std::string stateText(FileState state) {
-    switch (state) {
-        case FileState::MISSING:
-            return coloured(nameOf(state), Colour::DIM, STDOUT_FILENO);
-        case FileState::WHOLE:
-            return coloured(nameOf(state), Colour::GREEN, STDOUT_FILENO);
-        case FileState::REFUSED:
-            return coloured(nameOf(state), Colour::YELLOW, STDOUT_FILENO);
-        case FileState::DAMAGED:
-            return coloured(nameOf(state), Colour::RED, STDOUT_FILENO);
-    }
-    return "";
+Colour colourOf(FileState state) {
+    constexpr Colour COLOURS[] = {Colour::DIM, Colour::GREEN, Colour::YELLOW, Colour::RED};
+    return COLOURS[static_cast<size_t>(state)];
 }
 
 std::string bytesText(const FileReport& report) {
@@ -41,7 +38,7 @@ bool Inspection::whole() const {
 }
 
 Inspection inspectDirectory(const std::string& directory) {
-    const EngineFiles files = EngineFiles::read(directory);
+    const EngineFiles files(directory);
     const EngineStart start(files);
     return {
         directory,
@@ -54,7 +51,8 @@ std::string inspectionText(const Inspection& inspection) {
     std::string text;
     for (const FileReport& report : inspection.reports) {
         text += padded(report.title, 18) + "  " + padded(report.name, 24) + "  " +
-                rightAligned(bytesText(report), 14) + "   " + stateText(report.state) + '\n';
+                rightAligned(bytesText(report), 14) + "   " +
+                coloured(nameOf(report.state), colourOf(report.state), STDOUT_FILENO) + '\n';
         for (const std::string& remark : report.remarks) {
             text += "    " + wrapped(remark, 4, LINE_WIDTH) + '\n';
         }
@@ -85,7 +83,7 @@ std::string inspectionJson(const Inspection& inspection) {
                                    {"file", report.name},
                                    {"state", nameOf(report.state)},
                                    {"bytes", report.bytes},
-                                   {"facts", report.facts},
+                                   {"facts", *report.facts},
                                    {"remarks", report.remarks}});
     }
     object["foreign"] = Json::array();

@@ -4,12 +4,14 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <nlohmann/json.hpp>
 
 #include <filesystem>
 
 #include "platform/testing/TempDir.h"
 #include "tools/common/EngineLog.h"
 #include "tools/common/InputError.h"
+#include "tools/common/JsonLine.h"
 #include "tools/inspect/test/SmallState.h"
 #include "tools/test/ProgramRun.h"
 
@@ -68,20 +70,20 @@ TEST_F(InspectionOf, WholeFilesSaysWhatTheyHold) {
     const Inspection inspection = inspect();
     EXPECT_TRUE(inspection.whole()) << inspectionText(inspection);
     EXPECT_EQ(inspection.foreign, (std::map<std::string, uint64_t>{{"notes.txt", 4}}));
-    const Json& model = reportOf(inspection, "Bayes model").facts;
+    const Json& model = *reportOf(inspection, "Bayes model").facts;
     EXPECT_EQ(model["samples"], 4);
     EXPECT_EQ(model["classes"], 2);
     EXPECT_EQ(model["dimensions"], 4);
     EXPECT_EQ(model["entries"], 11);
     EXPECT_EQ(model["zeroEntries"], 1);
-    const Json& history = reportOf(inspection, "history").facts;
+    const Json& history = *reportOf(inspection, "history").facts;
     EXPECT_EQ(history["entries"], 3);
     EXPECT_EQ(history["distinct"], 2);
     EXPECT_EQ(history["first"], "com.a");
     EXPECT_EQ(history["openingsToTraining"], 4996);
-    EXPECT_EQ(reportOf(inspection, "usage table").facts["mostUsed"]["application"], "app.29");
-    EXPECT_EQ(reportOf(inspection, "sequence network").facts["checksumRight"], true);
-    EXPECT_EQ(reportOf(inspection, "evaluation").facts["predictor"], "network");
+    EXPECT_EQ((*reportOf(inspection, "usage table").facts)["mostUsed"]["application"], "app.29");
+    EXPECT_EQ((*reportOf(inspection, "sequence network").facts)["checksumRight"], true);
+    EXPECT_EQ((*reportOf(inspection, "evaluation").facts)["predictor"], "network");
     EXPECT_THAT(joined(reportOf(inspection, "evaluation").remarks),
                 HasSubstr("25.0 % first and 50.0 % among"));
 }

@@ -1,15 +1,38 @@
-#include <algorithm>
-#include <numeric>
+#include "tools/inspect/ModelReport.h"
 
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "preload/BayesAdapter.h"
+#include "tools/common/JsonLine.h"
 #include "tools/common/Text.h"
-#include "tools/inspect/FileReport.h"
+#include "tools/inspect/StrictLines.h"
+#include "tools/inspect/StrictTables.h"
 
 namespace {
 
-constexpr uint64_t SIZE_LIMIT = 512 * 1024;
-constexpr int FEATURES = 4;
-constexpr const char* FEATURE_NAMES[FEATURES] = {"time slot", "working day", "previous application",
-                                                 "application in front"};
+constexpr uint64_t SIZE_LIMIT = BayesAdapter::MAX_MODEL_BYTES;
+constexpr const char* FEATURE_NAMES[BayesSample::DIMENSION] = {
+    "time slot", "working day", "previous application", "application in front"};
+
+struct FeatureKey {
+    int feature = 0;
+    int value = 0;
+    int y = 0;
+};
+
+// "feature:value:class", when the model would have written it so.
+std::optional<FeatureKey> parseFeatureKey(const std::string& text) {
+    const size_t first = text.find(':');
+    const size_t second = first == std::string::npos ? first : text.find(':', first + 1);
+    if (second == std::string::npos) return std::nullopt;
+    const std::string_view view = text;
+    const std::optional<int> feature = parseNumber(view.substr(0, first));
+    const std::optional<int> value = parseNumber(view.substr(first + 1, second - first - 1));
+    const std::optional<int> y = parseNumber(view.substr(second + 1));
+    if (!feature || !value || !y) return std::nullopt;
+    return FeatureKey{*feature, *value, *y};
+}
 
 // Every sample is counted once in its class and once in each feature of it.
 std::string contradiction(const BayesCounts& counts) {
@@ -42,22 +65,26 @@ std::string contradiction(const BayesCounts& counts) {
     return "";
 }
 
+uint64_t positive(int number) {
+    return static_cast<uint64_t>(std::max(number, 0));
+}
+
 void describe(FileReport& report, const BayesCounts& counts) {
     const size_t entries = counts.classCounts.size() + counts.featureCounts.size();
     const auto isZero = [](const auto& entry) { return entry.second == 0; };
     const auto zeros =
         std::count_if(counts.classCounts.begin(), counts.classCounts.end(), isZero) +
         std::count_if(counts.featureCounts.begin(), counts.featureCounts.end(), isZero);
-    report.facts["samples"] = counts.samples;
-    report.facts["classes"] = counts.classes;
-    report.facts["dimensions"] = counts.dimension;
-    report.facts["maxima"] = counts.maxima;
-    report.facts["entries"] = entries;
-    report.facts["zeroEntries"] = zeros;
-    const auto number = [](int value) { return static_cast<uint64_t>(std::max(value, 0)); };
-    report.remark(amount(number(counts.samples), "sample") + " of " +
-                  grouped(number(counts.classes)) + " classes (applications opened next) in " +
-                  amount(number(counts.dimension), "dimension") + ".");
+    Json& facts = *report.facts;
+    facts["samples"] = counts.samples;
+    facts["classes"] = counts.classes;
+    facts["dimensions"] = counts.dimension;
+    facts["maxima"] = counts.maxima;
+    facts["entries"] = entries;
+    facts["zeroEntries"] = zeros;
+    report.remark(amount(positive(counts.samples), "sample") + " of " +
+                  grouped(positive(counts.classes)) + " classes (applications opened next) in " +
+                  amount(positive(counts.dimension), "dimension") + ".");
     report.remark(amount(entries, "entry", "entries") + ", " +
                   grouped(static_cast<uint64_t>(zeros)) +
                   " of them zeros that predictions have looked up.");
@@ -67,12 +94,13 @@ void describe(FileReport& report, const BayesCounts& counts) {
 std::string whyRefused(const BayesCounts& counts) {
     if (counts.classes == 0) {
         return "it was started afresh and not updated since, so that it lists no classes; the next "
-               "batch of 11 samples makes it loadable again";
+               "batch of " +
+               std::to_string(BayesAdapter::BATCH_SIZE) + " samples makes it loadable again";
     }
     for (size_t i = 0; i < counts.maxima.size(); ++i) {
         if (counts.maxima[i] >= 1) continue;
         const std::string feature =
-            i < FEATURES ? FEATURE_NAMES[i] : "feature " + std::to_string(i);
+            i < BayesSample::DIMENSION ? FEATURE_NAMES[i] : "feature " + std::to_string(i);
         return "the largest value of \"" + feature + "\" is 0" +
                (i == 1 ? ": it has learned on weekends only, or only on a weekend since a start"
                        : "");
@@ -84,31 +112,31 @@ std::string whyRefused(const BayesCounts& counts) {
 
 FileReport reportModel(const EngineFiles& files, const EngineStart& start) {
     FileReport report("Bayes model", engine_file::MODEL);
-    const std::string* const text = openReport(report, files, true);
+    const std::string* const text = openReport(report, files, Backup::OF_ANY);
     if (text == nullptr) return report;
 
-    report.facts["sizeLimit"] = SIZE_LIMIT;
-    report.facts["loads"] = start.model().has_value();
-    std::string problem;
-    const std::optional<BayesCounts> counts = readBayesCounts(*text, problem);
-    if (counts) describe(report, *counts);
-    report.remark("The file takes " + percentage(report.bytes, SIZE_LIMIT) +
-                  " of the 512 KiB up to which it is kept" +
+    const bool loads = start.model() != nullptr;
+    (*report.facts)["sizeLimit"] = SIZE_LIMIT;
+    (*report.facts)["loads"] = loads;
+    BayesCounts counts;
+    std::string problem = readBayesCounts(*text, counts);
+    if (problem.empty()) {
+        describe(report, counts);
+        problem = contradiction(counts);
+    }
+    report.remark("The file takes " + percentage(report.bytes, SIZE_LIMIT) + " of the " +
+                  std::to_string(SIZE_LIMIT / 1024) + " KiB up to which it is kept" +
                   (report.bytes > SIZE_LIMIT ? ": the next batch starts the model afresh." : "."));
-    if (counts) problem = contradiction(*counts);
+    const std::string refusal = "The next start would refuse it and begin untrained";
     if (!problem.empty()) {
         report.damaged("It is not as the engine writes it: " + problem + ".");
-        if (start.model()) {
-            report.remark(
-                "The next start would load it all the same, as far as it can be read: " +
-                amount(static_cast<uint64_t>(std::max(start.model()->samples, 0)), "sample") + ".");
-        } else {
-            report.remark("The next start would refuse it and begin untrained.");
-        }
-    } else if (!start.model()) {
-        report.refused(
-            "The next start would refuse it and begin untrained: " + whyRefused(*counts) + ".");
-    } else if (counts->maxima.empty()) {
+        report.remark(loads ? "The next start would load it all the same, as far as it can be "
+                              "read: " +
+                                  amount(positive(start.model()->sampleCount()), "sample") + "."
+                            : refusal + ".");
+    } else if (!loads) {
+        report.refused(refusal + ": " + whyRefused(counts) + ".");
+    } else if (counts.maxima.empty()) {
         report.remark(
             "It lists no largest values, as since a fresh start of the model: the next "
             "start loads it, but smooths as if each were 0 until it learns new ones.");

@@ -12,11 +12,13 @@ std::optional<int> parseNumber(std::string_view text) {
     return number;
 }
 
+// Notes what is wrong with the line that was read last.
 bool StrictLines::fail(const std::string& what) {
     if (mProblem.empty()) mProblem = "line " + std::to_string(mLine) + ": " + what;
     return false;
 }
 
+// The next line without its newline; nothing when there is none, or it is cut.
 std::optional<std::string_view> StrictLines::next(const std::string& expected) {
     if (!mProblem.empty()) return std::nullopt;
     ++mLine;
@@ -36,9 +38,29 @@ std::optional<int> StrictLines::number(const std::string& key) {
     if (!line) return std::nullopt;
     const std::string prefix = key.empty() ? "" : key + ' ';
     std::optional<int> number;
-    if (line->substr(0, prefix.size()) == prefix) number = parseNumber(line->substr(prefix.size()));
+    if (startsWith(*line, prefix)) number = parseNumber(line->substr(prefix.size()));
     if (!number) fail(inQuotes(*line) + " in place of " + expected);
     return number;
+}
+
+bool StrictLines::list(const std::string& key, const std::string& entries, const std::string& entry,
+                       const Take& take) {
+    const std::optional<int> length = number(key);
+    if (!length) return false;
+    if (*length < 0) return fail("less than no " + entries);
+    for (int i = 0; i < *length; ++i) {
+        const std::optional<std::string_view> line = next(entry);
+        if (!line) return false;
+        Fields fields;
+        for (size_t begin = 0; begin <= line->size();) {
+            const size_t end = std::min(line->find(' ', begin), line->size());
+            fields.push_back(line->substr(begin, end - begin));
+            begin = end + 1;
+        }
+        const std::string fault = take(fields, *length);
+        if (!fault.empty()) return fail(inQuotes(*line) + ' ' + fault);
+    }
+    return true;
 }
 
 bool StrictLines::atEnd() {

@@ -1,0 +1,5 @@
+#pragma once
+
+#include "tools/inspect/FileReport.h"
+
+FileReport reportHistory(const EngineFiles& files);

@@ -8,11 +8,9 @@
 #include "tools/common/Colour.h"
 #include "tools/common/JsonLine.h"
 #include "tools/common/Text.h"
-#include "tools/inspect/EvaluationReport.h"
-#include "tools/inspect/HistoryReport.h"
 #include "tools/inspect/ModelReport.h"
 #include "tools/inspect/NetworkReport.h"
-#include "tools/inspect/TableReports.h"
+#include "tools/inspect/TextReports.h"
 
 namespace {
 

@@ -15,25 +15,6 @@ constexpr uint64_t SIZE_LIMIT = BayesAdapter::MAX_MODEL_BYTES;
 constexpr const char* FEATURE_NAMES[BayesSample::DIMENSION] = {
     "time slot", "working day", "previous application", "application in front"};
 
-struct FeatureKey {
-    int feature = 0;
-    int value = 0;
-    int y = 0;
-};
-
-// "feature:value:class", when the model would have written it so.
-std::optional<FeatureKey> parseFeatureKey(const std::string& text) {
-    const size_t first = text.find(':');
-    const size_t second = first == std::string::npos ? first : text.find(':', first + 1);
-    if (second == std::string::npos) return std::nullopt;
-    const std::string_view view = text;
-    const std::optional<int> feature = parseNumber(view.substr(0, first));
-    const std::optional<int> value = parseNumber(view.substr(first + 1, second - first - 1));
-    const std::optional<int> y = parseNumber(view.substr(second + 1));
-    if (!feature || !value || !y) return std::nullopt;
-    return FeatureKey{*feature, *value, *y};
-}
-
 // Every sample is counted once in its class and once in each feature of it.
 std::string contradiction(const BayesCounts& counts) {
     int64_t samples = 0;
@@ -47,11 +28,13 @@ std::string contradiction(const BayesCounts& counts) {
     }
     std::map<std::pair<int, int>, int64_t> sums;  // by class and feature
     for (const auto& [text, count] : counts.featureCounts) {
-        const std::optional<FeatureKey> key = parseFeatureKey(text);
-        if (!key || key->feature < 0 || key->feature >= counts.dimension || key->value < 0) {
+        std::vector<std::optional<int>> key;
+        for (const std::string_view part : split(text, ':')) key.push_back(parseNumber(part));
+        const bool whole = key.size() == 3 && key[0] && key[1] && key[2];
+        if (!whole || *key[0] < 0 || *key[0] >= counts.dimension || *key[1] < 0) {
             return inQuotes(text) + " names no feature, value and class";
         }
-        sums[{key->y, key->feature}] += count;
+        sums[{*key[2], *key[0]}] += count;
     }
     for (const auto& [y, count] : counts.classCounts) {
         for (int feature = 0; feature < counts.dimension && count > 0; ++feature) {

@@ -12,6 +12,16 @@ std::optional<int> parseNumber(std::string_view text) {
     return number;
 }
 
+std::vector<std::string_view> split(std::string_view text, char separator) {
+    std::vector<std::string_view> parts;
+    for (size_t begin = 0; begin <= text.size();) {
+        const size_t end = std::min(text.find(separator, begin), text.size());
+        parts.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return parts;
+}
+
 // Notes what is wrong with the line that was read last.
 bool StrictLines::fail(const std::string& what) {
     if (mProblem.empty()) mProblem = "line " + std::to_string(mLine) + ": " + what;
@@ -51,13 +61,7 @@ bool StrictLines::list(const std::string& key, const std::string& entries, const
     for (int i = 0; i < *length; ++i) {
         const std::optional<std::string_view> line = next(entry);
         if (!line) return false;
-        Fields fields;
-        for (size_t begin = 0; begin <= line->size();) {
-            const size_t end = std::min(line->find(' ', begin), line->size());
-            fields.push_back(line->substr(begin, end - begin));
-            begin = end + 1;
-        }
-        const std::string fault = take(fields, *length);
+        const std::string fault = take(split(*line, ' '), *length);
         if (!fault.empty()) return fail(inQuotes(*line) + ' ' + fault);
     }
     return true;

@@ -42,5 +42,8 @@ class StrictLines {
     std::string mProblem;
 };
 
+// The parts of a text between the separators.
+std::vector<std::string_view> split(std::string_view text, char separator);
+
 // A whole text as a number, as the engine writes it: digits, a minus before them.
 std::optional<int> parseNumber(std::string_view text);

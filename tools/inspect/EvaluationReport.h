@@ -1,6 +1,0 @@
-#pragma once
-
-#include "tools/inspect/EngineStart.h"
-#include "tools/inspect/FileReport.h"
-
-FileReport reportEvaluation(const EngineFiles& files, const EngineStart& start);

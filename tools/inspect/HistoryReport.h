@@ -1,5 +1,0 @@
-#pragma once
-
-#include "tools/inspect/FileReport.h"
-
-FileReport reportHistory(const EngineFiles& files);

@@ -192,8 +192,7 @@ BayesAnswer Bayes::explain(const std::vector<int>& x) {
     answer.samples = mTotalSampleCount;
     answer.maxima = mVariableSpaceX;
     answer.classes.resize(static_cast<size_t>(mVariableSpaceY));
-    const std::vector<float> scores = scoreLocked(x, Recorder{answer});
-    for (size_t y = 0; y < scores.size(); ++y) answer.classes[y].score = scores[y];
+    answer.scores = scoreLocked(x, Recorder{answer});
     return answer;
 }
 

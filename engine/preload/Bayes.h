@@ -20,13 +20,13 @@ struct BayesAnswer {
     struct Class {
         std::vector<Factor> factors;  // in the order of multiplication; the prior is the last
         float product = 0;
-        float score = 0;  // the product divided by the sum of all
     };
 
     int samples = 0;
     std::vector<int> maxima;  // the largest value learned per feature
     std::vector<Class> classes;
-    float sum = 0;
+    float sum = 0;              // of the products
+    std::vector<float> scores;  // the products divided by it, as predict() gives them
 };
 
 // A categorical naive Bayes classifier over small non-negative integers: each sample is a vector x

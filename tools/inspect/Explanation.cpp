@@ -40,12 +40,6 @@ void findAlternative(const std::string& feature, int value, const std::vector<in
     result.alternatives.push_back(alternative);
 }
 
-std::vector<int> rankingOf(const BayesAnswer& answer) {
-    std::vector<float> scores;
-    for (const BayesAnswer::Class& y : answer.classes) scores.push_back(y.score);
-    return ranking(scores);
-}
-
 // The index of a name in the table, where a new one is entered as the engine does; -1 for a name
 // that the engine does not take in.
 int indexOf(const std::string& name, std::vector<std::string>& names) {
@@ -146,11 +140,12 @@ void explainBayes(const EngineStart& start, size_t top, Explanation& result) {
         const auto i = static_cast<size_t>(index);
         return i < names.size() ? names[i] : std::string();
     };
-    const std::vector<int> ranked = rankingOf(answer);
+    const std::vector<int> ranked = ranking(answer.scores);
     for (size_t i = 0; i < std::min(top, ranked.size()); ++i) {
-        const BayesAnswer::Class& y = answer.classes[static_cast<size_t>(ranked[i])];
+        const auto y = static_cast<size_t>(ranked[i]);
+        const BayesAnswer::Class& how = answer.classes[y];
         result.predictions.push_back(
-            {ranked[i], nameOf(ranked[i]), y.score, y.factors, y.product, {}});
+            {ranked[i], nameOf(ranked[i]), answer.scores[y], how.factors, how.product, {}});
     }
     setLifts(answer, result.predictions);
     if (ranked.size() < 2) return;
@@ -159,7 +154,7 @@ void explainBayes(const EngineStart& start, size_t top, Explanation& result) {
         const auto leadsWith = [&](int value) {
             std::vector<int> changed = result.features;
             changed[i] = value;
-            const std::vector<int> others = rankingOf(model.explain(changed));
+            const std::vector<int> others = ranking(model.explain(changed).scores);
             return !others.empty() && others.front() == ranked[1];
         };
         const auto textOf = [&](int value) {
@@ -172,34 +167,6 @@ void explainBayes(const EngineStart& start, size_t top, Explanation& result) {
                         textOf, result);
     }
 }
-
-// The stored network, opened for questions. The engine's own session must not be open meanwhile.
-class Network {
-  public:
-    Network() {
-        if (mSession && mSession->createSequenceNetwork(ZmlSession::MODE_LOAD, nullptr, 0)) return;
-        throw std::runtime_error("the sequence network cannot be loaded");
-    }
-
-    std::vector<float> ask(int older, int newer) const {
-        int input[ZmlSession::CONTEXT] = {older, newer};
-        std::vector<float> scores(ZmlSession::VOCABULARY);
-        int length = ZmlSession::VOCABULARY;
-        if (mSession->predictSequence(input, ZmlSession::CONTEXT, scores.data(), length)) {
-            return scores;
-        }
-        throw std::runtime_error("the sequence network does not answer");
-    }
-
-  private:
-    struct Release {
-        void operator()(ZmlSession*) const {
-            ZmlSessionManager::getInstance()->releaseSessionLocked(ZmlAdapter::SESSION_NAME);
-        }
-    };
-    const std::unique_ptr<ZmlSession, Release> mSession{
-        ZmlSessionManager::getInstance()->startSessionLocked(ZmlAdapter::SESSION_NAME)};
-};
 
 // `history` ends with the two names.
 void explainNetwork(const EngineStart& start, const std::vector<std::string>& history, size_t top,
@@ -234,8 +201,23 @@ void explainNetwork(const EngineStart& start, const std::vector<std::string>& hi
     result.newer = nameOf(newer);
     result.older = nameOf(older);
 
-    const Network network;
-    const std::vector<float> scores = network.ask(older, newer);
+    // The engine's own session is closed by now.
+    const std::unique_ptr<ZmlSession, void (*)(ZmlSession*)> session(
+        ZmlSessionManager::getInstance()->startSessionLocked(ZmlAdapter::SESSION_NAME),
+        [](ZmlSession*) {
+            ZmlSessionManager::getInstance()->releaseSessionLocked(ZmlAdapter::SESSION_NAME);
+        });
+    if (!session || !session->createSequenceNetwork(ZmlSession::MODE_LOAD, nullptr, 0)) {
+        throw std::runtime_error("the sequence network cannot be loaded");
+    }
+    const auto ask = [&](int before, int last) {
+        int input[ZmlSession::CONTEXT] = {before, last};
+        std::vector<float> scores(ZmlSession::VOCABULARY);
+        int length = ZmlSession::VOCABULARY;
+        session->predictSequence(input, ZmlSession::CONTEXT, scores.data(), length);
+        return scores;  // zeros when it does not answer
+    };
+    const std::vector<float> scores = ask(older, newer);
     const std::vector<int> ranked = ranking(scores);
     for (size_t i = 0; i < std::min(top, ranked.size()); ++i) {
         const float score = scores[static_cast<size_t>(ranked[i])];
@@ -252,18 +234,11 @@ void explainNetwork(const EngineStart& start, const std::vector<std::string>& hi
         }
         const auto leadsWith = [&](int other) {
             const std::vector<int> changed =
-                ranking(changesNewer ? network.ask(older, other) : network.ask(other, newer));
+                ranking(changesNewer ? ask(older, other) : ask(other, newer));
             return !changed.empty() && changed.front() == ranked[1];
         };
         findAlternative(changesNewer ? "newer" : "older", id, others, leadsWith, nameOf, result);
     }
-}
-
-std::vector<std::string> historyLines(const EngineStart& start) {
-    std::vector<std::string> names;
-    std::istringstream text(start.content(engine_file::HISTORY).value_or(""));
-    for (std::string line; std::getline(text, line);) names.push_back(line);
-    return names;
 }
 
 void choosePredictor(const Question& question, const EngineStart& start, Explanation& result) {
@@ -299,7 +274,9 @@ Explanation explain(const Question& question) {
     environment::setNow(result.time);
     choosePredictor(question, start, result);
 
-    std::vector<std::string> history = historyLines(start);
+    std::vector<std::string> history;
+    std::istringstream lines(start.content(engine_file::HISTORY).value_or(""));
+    for (std::string line; std::getline(lines, line);) history.push_back(line);
     if (question.names) {
         history.push_back(question.names->first);
         history.push_back(question.names->second);

@@ -27,10 +27,9 @@ std::string timeLeft(double elapsed, size_t done, size_t total) {
 
 }  // namespace
 
-ProgressBar::ProgressBar(bool wanted, size_t total, size_t before)
+ProgressBar::ProgressBar(bool wanted, size_t total)
     : mDrawing(wanted && total > 0 && isatty(STDERR_FILENO)),
       mTotal(total),
-      mBefore(before),
       mStart(Clock::now()),
       mNextDraw(mStart) {}
 
@@ -46,7 +45,7 @@ void ProgressBar::update(size_t done) {
     const size_t filled = std::min(done, mTotal) * WIDTH / mTotal;
     const std::string bar = std::string(filled, '#') + std::string(WIDTH - filled, '.');
     const double elapsed = std::chrono::duration<double>(now - mStart).count();
-    const std::string left = timeLeft(elapsed, done - mBefore, mTotal - mBefore);
+    const std::string left = timeLeft(elapsed, done, mTotal);
     fprintf(stderr, "\r[%s] %3zu %%  %s of %s  %.0f s%s%s\033[K", bar.c_str(), done * 100 / mTotal,
             grouped(done).c_str(), grouped(mTotal).c_str(), elapsed, left.empty() ? "" : ", ",
             left.c_str());

@@ -9,12 +9,8 @@
 // is not wanted or standard error is no terminal.
 class ProgressBar {
   public:
-    // `before` is what was done already when the work began; the time left is judged without it.
-    ProgressBar(bool wanted, size_t total, size_t before = 0);
+    ProgressBar(bool wanted, size_t total);
     ~ProgressBar();
-
-    // More work may turn up on the way.
-    void setTotal(size_t total) { mTotal = total; }
 
     void update(size_t done);
 
@@ -25,8 +21,7 @@ class ProgressBar {
     using Clock = std::chrono::steady_clock;
 
     const bool mDrawing;
-    size_t mTotal;
-    const size_t mBefore;
+    const size_t mTotal;
     const Clock::time_point mStart;
     Clock::time_point mNextDraw;
 };

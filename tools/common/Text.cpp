@@ -32,11 +32,15 @@ std::string formatted(const char* format, ...) {
     return text;
 }
 
+std::string timeText(const tm& time, const char* format) {
+    char text[64];
+    return {text, strftime(text, sizeof(text), format, &time)};
+}
+
 std::string localTimeText(time_t moment, const char* format) {
     tm local{};
     localtime_r(&moment, &local);
-    char text[64];
-    return {text, strftime(text, sizeof(text), format, &local)};
+    return timeText(local, format);
 }
 
 std::string padded(const std::string& text, size_t width) {

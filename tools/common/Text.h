@@ -27,7 +27,8 @@ std::string inQuotes(std::string_view text);
 // As printf would print it, at most 255 bytes.
 std::string formatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-// The moment by the clocks of the zone TZ, in a format of strftime().
+// A date and time in a format of strftime(); a moment's are those by the clocks of the zone TZ.
+std::string timeText(const tm& time, const char* format);
 std::string localTimeText(time_t moment, const char* format);
 
 // With blanks behind or before it to a width.

@@ -1,9 +1,11 @@
 #include "tools/compare/ScoreLines.h"
 
+#include <map>
+#include <sstream>
+
 #include "tools/common/InputError.h"
 #include "tools/common/Text.h"
 #include "tools/compare/ScoreJson.h"
-#include "tools/trace/LineReader.h"
 #include "tools/trace/TraceInput.h"
 
 namespace {
@@ -13,13 +15,9 @@ class ScoreReader {
     void read(const std::string& path) {
         std::string place = (path == "-" ? "standard input" : printable(path)) + ":1";
         try {
-            TraceInput input(path);
-            const auto source = [&](char* to, size_t size) {
-                return static_cast<ssize_t>(input.read(to, size));
-            };
-            LineReader lines(source, SIZE_MAX);  // they grow with the days of a trace
+            std::istringstream lines(readTraceText(path));
             std::string line;
-            for (size_t number = 1; lines.next(line) == LineReader::Status::LINE; ++number) {
+            for (size_t number = 1; std::getline(lines, line); ++number) {
                 place.replace(place.rfind(':') + 1, std::string::npos, std::to_string(number));
                 add(parseScore(line), place);
             }

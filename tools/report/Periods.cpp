@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "tools/common/Text.h"
+
 namespace {
 
 constexpr time_t DAY = 24 * 60 * 60;
@@ -18,9 +20,7 @@ std::string dayText(time_t number) {
     const time_t seconds = number * DAY;
     struct tm date {};
     gmtime_r(&seconds, &date);
-    char text[32];
-    strftime(text, sizeof(text), "%Y-%m-%d", &date);
-    return text;
+    return timeText(date, "%Y-%m-%d");
 }
 
 }  // namespace

@@ -19,6 +19,7 @@
 #include "tools/common/Interrupt.h"
 #include "tools/common/Output.h"
 #include "tools/serve/EngineLibrary.h"
+#include "tools/serve/LineReader.h"
 #include "tools/serve/PrivateData.h"
 #include "tools/serve/ServeConversation.h"
 

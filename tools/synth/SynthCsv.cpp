@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "tools/common/Text.h"
+
 namespace {
 
 constexpr size_t PIECE = 64 * 1024;
@@ -9,11 +11,7 @@ constexpr size_t PIECE = 64 * 1024;
 void appendRow(std::string& text, const SynthOpening& opening) {
     std::tm utc{};
     gmtime_r(&opening.time, &utc);
-    char time[32];
-    const size_t length = strftime(time, sizeof(time), "%Y-%m-%dT%H:%M:%SZ,", &utc);
-    text.append(time, length);
-    text += catalogueName(opening.app);
-    text += '\n';
+    text += timeText(utc, "%Y-%m-%dT%H:%M:%SZ,") + catalogueName(opening.app) + '\n';
 }
 
 }  // namespace

@@ -72,7 +72,7 @@ Verb makeConvertVerb() {
     Verb verb{
         "convert",
         "Turn a phone's log, or any other trace, into CSV",
-        {{"adb shell dumpsys usagestats | ksbrain convert - -o phone.csv",
+        {{"adb shell dumpsys usagestats -c | ksbrain convert - -o phone.csv",
           "what was opened on the phone that is connected"},
          {"ksbrain convert --user 10 dump.txt", "the openings of the phone's user 10"},
          {"ksbrain convert lsapp.tsv.gz -o people/", "people/0.csv, people/1.csv and so on"}}};

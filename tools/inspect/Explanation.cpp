@@ -14,7 +14,7 @@
 #include "tools/common/InputError.h"
 #include "tools/common/Text.h"
 #include "tools/inspect/EngineStart.h"
-#include "tools/inspect/StrictTables.h"
+#include "tools/inspect/StrictText.h"
 #include "zml/ZmlSessionManager.h"
 
 namespace {
@@ -41,25 +41,22 @@ void findAlternative(const std::string& feature, int value, const std::vector<in
 }
 
 // The index of a name in the table, where a new one is entered as the engine does; -1 for a name
-// that the engine does not take in.
-int indexOf(const std::string& name, std::vector<std::string>& names) {
-    if (!BayesAdapter::isPackageName(name)) return -1;
-    const auto found = std::find(names.begin(), names.end(), name);
-    const int index = static_cast<int>(found - names.begin());
-    if (found == names.end()) names.push_back(name);
-    return index;
-}
-
-void noteName(const std::string& name, int index, size_t known, Explanation& result) {
-    if (index < 0) {
+// that the engine does not take in. Both are worth a note.
+int indexOf(const std::string& name, std::vector<std::string>& names, Explanation& result) {
+    if (!BayesAdapter::isPackageName(name)) {
         result.notes.push_back((name.empty() ? "An empty name" : inQuotes(name)) +
                                " is no package name (letters, digits, '.' and '_'): the engine "
                                "predicts nothing while it is one of the two.");
-    } else if (static_cast<size_t>(index) >= known) {
-        result.notes.push_back(
-            printable(name) + " is new to the engine: it would enter it in its table under index " +
-            std::to_string(index) + ", and no sample has that value yet.");
+        return -1;
     }
+    const auto found = std::find(names.begin(), names.end(), name);
+    const int index = static_cast<int>(found - names.begin());
+    if (found != names.end()) return index;
+    names.push_back(name);
+    result.notes.push_back(printable(name) +
+                           " is new to the engine: it would enter it in its table under index " +
+                           std::to_string(index) + ", and no sample has that value yet.");
+    return index;
 }
 
 // Other values of a feature, nearest first: slots by the distance on the clock and the later one of
@@ -101,14 +98,21 @@ void setLifts(const BayesAnswer& answer, std::vector<Prediction>& predictions) {
 }
 
 void explainBayes(const EngineStart& start, size_t top, Explanation& result) {
-    Bayes& model = *start.model();
+    BayesCounts file;
+    if (readBayesCounts(start.content(engine_file::MODEL).value_or(""), file).empty() &&
+        file.maxima.empty()) {
+        result.notes.push_back(
+            "The model's file lists no largest values: this is what an engine started on it "
+            "answers. The one that wrote it smooths with them.");
+    }
     std::vector<std::string> names = readTable(start, engine_file::APP_TABLE, readAppTable);
     const size_t known = names.size();
-    const int last = indexOf(result.last, names);
-    const int current = indexOf(result.current, names);
+    const int last = indexOf(result.last, names, result);
+    const int current = indexOf(result.current, names, result);
     const int slot = getTimeSlot(result.time);
     const int day = getWeekDay(result.time);
     result.features = BayesSample{slot, day, last, current, -1, result.time}.toVecX();
+    Bayes& model = *start.model();
     const BayesAnswer answer = model.explain(result.features);
     if (answer.maxima.size() != BayesSample::DIMENSION) {
         throw InputError(std::string(engine_file::MODEL) + ": it has " +
@@ -116,16 +120,6 @@ void explainBayes(const EngineStart& start, size_t top, Explanation& result) {
                          std::to_string(BayesSample::DIMENSION) +
                          ", and so the engine gets no scores from it");
     }
-    BayesCounts file;
-    const std::string problem =
-        readBayesCounts(start.content(engine_file::MODEL).value_or(""), file);
-    if (problem.empty() && file.maxima.empty()) {
-        result.notes.push_back(
-            "The model's file lists no largest values: this is what an engine started on it "
-            "answers. The one that wrote it smooths with them.");
-    }
-    noteName(result.last, last, known, result);
-    if (current < 0 || current != last) noteName(result.current, current, known, result);
     result.samples = answer.samples;
     result.classes = static_cast<int>(answer.classes.size());
     result.sum = answer.sum;

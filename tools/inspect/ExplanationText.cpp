@@ -59,22 +59,24 @@ std::string factorBar(double factor) {
                         : std::string(REACH - shown, ' ') + (cut ? "<" : " ") + bar + '|');
 }
 
-// What the factors belong to, with their values at this moment.
+// What the factors belong to, with their values at this moment, as wide as each other.
 std::vector<std::string> factorLabels(const Explanation& explanation) {
-    return {"time slot " + slotText(explanation.features[0]),
-            explanation.features[1] == 1 ? "working day" : "weekend",
-            "before: " + printable(explanation.last), "in front: " + printable(explanation.current),
-            "prior"};
+    std::vector<std::string> labels = {"time slot " + slotText(explanation.features[0]),
+                                       explanation.features[1] == 1 ? "working day" : "weekend",
+                                       "before: " + printable(explanation.last),
+                                       "in front: " + printable(explanation.current), "prior"};
+    size_t width = 26;
+    for (const std::string& label : labels) width = std::max(width, label.size());
+    for (std::string& label : labels) label = padded(label, width);
+    return labels;
 }
 
 // A calculation from top to bottom, for some of the predictions beside each other.
 std::string calculation(const Explanation& explanation, size_t begin, size_t end) {
     const std::vector<std::string> labels = factorLabels(explanation);
-    size_t width = 30;
-    for (const std::string& label : labels) width = std::max(width, label.size() + 4);
     std::string text;
     const auto row = [&](const std::string& label, const auto& value) {
-        std::string line = padded(label, width);
+        std::string line = padded(label, labels[0].size() + 4);
         for (size_t i = begin; i < end; ++i) line += rightAligned(value(i), NUMBER_WIDTH);
         text += line + '\n';
     };
@@ -93,8 +95,6 @@ std::string calculation(const Explanation& explanation, size_t begin, size_t end
 
 std::string bars(const Explanation& explanation) {
     const std::vector<std::string> labels = factorLabels(explanation);
-    size_t width = 26;
-    for (const std::string& label : labels) width = std::max(width, label.size());
     std::string text =
         "What speaks for each (right) and against it (left), beside the average of all " +
         amount(static_cast<uint64_t>(explanation.classes), "application") +
@@ -109,7 +109,7 @@ std::string bars(const Explanation& explanation) {
             const std::string counts =
                 grouped(static_cast<uint64_t>(prediction.factors[i].count)) + " of " +
                 grouped(static_cast<uint64_t>(isPrior ? explanation.samples : openings));
-            text += "      " + padded(labels[i], width) + rightAligned(counts, 16) + "  " +
+            text += "      " + labels[i] + rightAligned(counts, 16) + "  " +
                     factorBar(prediction.lifts[i]) + '\n';
         }
         text += '\n';

@@ -12,16 +12,6 @@ const char* nameOf(FileState state) {
 FileReport::FileReport(const std::string& what, const std::string& file)
     : title(what), name(file), facts(std::make_shared<Json>(Json::object())) {}
 
-void FileReport::damaged(const std::string& why) {
-    state = FileState::DAMAGED;
-    remarks.push_back(why);
-}
-
-void FileReport::refused(const std::string& why) {
-    if (state == FileState::WHOLE) state = FileState::REFUSED;
-    remarks.push_back(why);
-}
-
 const std::string* openReport(FileReport& report, const EngineFiles& files, Backup which) {
     const std::string plain = report.name;
     const StoredFile* file = files.find(plain);

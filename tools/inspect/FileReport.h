@@ -29,8 +29,14 @@ struct FileReport {
     std::vector<std::string> remarks;               // sentences for people
     std::shared_ptr<nlohmann::ordered_json> facts;  // an object for programs
 
-    void damaged(const std::string& why);
-    void refused(const std::string& why);
+    void damaged(const std::string& why) {
+        state = FileState::DAMAGED;
+        remarks.push_back(why);
+    }
+    void refused(const std::string& why) {
+        state = FileState::REFUSED;
+        remarks.push_back(why);
+    }
     void remark(const std::string& text) { remarks.push_back(text); }
 };
 

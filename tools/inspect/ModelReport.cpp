@@ -6,8 +6,7 @@
 #include "preload/BayesAdapter.h"
 #include "tools/common/JsonLine.h"
 #include "tools/common/Text.h"
-#include "tools/inspect/StrictLines.h"
-#include "tools/inspect/StrictTables.h"
+#include "tools/inspect/StrictText.h"
 
 namespace {
 

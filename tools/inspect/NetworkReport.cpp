@@ -9,20 +9,18 @@
 
 namespace {
 
-const char* kindName(uint32_t kind) {
-    if (kind == 1) return "counts alone";
-    return kind == 2 ? "a neural network beside counts" : "unknown to this version";
-}
-
 void describe(FileReport& report, const zml::NetworkHeader& header) {
+    const std::string kind = header.kind == 1   ? "counts alone"
+                             : header.kind == 2 ? "a neural network beside counts"
+                                                : "unknown to this version";
     Json& facts = *report.facts;
     facts["version"] = header.version;
     facts["kind"] = header.kind;
     facts["parameterBytes"] = header.size;
     facts["checksumRight"] = header.checksumRight;
     report.remark("Version " + std::to_string(header.version) + ", kind " +
-                  std::to_string(header.kind) + " (" + kindName(header.kind) + "), " +
-                  grouped(header.size) + " bytes of parameters; its CRC-32 is " +
+                  std::to_string(header.kind) + " (" + kind + "), " + grouped(header.size) +
+                  " bytes of parameters; its CRC-32 is " +
                   (header.checksumRight ? "right." : "wrong."));
 }
 

@@ -10,8 +10,7 @@
 #include "preload/ZmlAdapter.h"
 #include "tools/common/JsonLine.h"
 #include "tools/common/Text.h"
-#include "tools/inspect/StrictLines.h"
-#include "tools/inspect/StrictTables.h"
+#include "tools/inspect/StrictText.h"
 
 namespace {
 

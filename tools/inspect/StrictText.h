@@ -2,10 +2,13 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "preload/AppUsage.h"
 
 // Reads a text that was written a line at a time, each ended by a newline, and stops for good at
 // the first line that is not as expected: problem() then names it.
@@ -47,3 +50,24 @@ std::vector<std::string_view> split(std::string_view text, char separator);
 
 // A whole text as a number, as the engine writes it: digits, a minus before them.
 std::optional<int> parseNumber(std::string_view text);
+
+// The engine's text files, read strictly, unlike by the engine itself. Each function returns at
+// which line a text is not what the engine writes; empty when it is whole. docs/files.md has the
+// formats.
+
+// The Bayes model's file.
+struct BayesCounts {
+    int samples = 0;
+    int dimension = 0;
+    std::vector<int> maxima;  // as many as the file lists
+    int classes = 0;
+    std::map<int, int> classCounts;
+    std::map<std::string, int> featureCounts;  // by "feature:value:class"
+};
+std::string readBayesCounts(const std::string& text, BayesCounts& counts);
+
+// The application table: the names by their indexes.
+std::string readAppTable(const std::string& text, std::vector<std::string>& names);
+
+// The usage table: its records by their ids.
+std::string readUsageTable(const std::string& text, std::vector<AppUsage>& table);

@@ -71,7 +71,7 @@ std::string wrapped(const std::string& text, size_t indent, size_t width) {
     std::string result;
     size_t column = indent;
     std::istringstream words(text);
-    for (std::string word; words >> word;) {
+    for (std::string word; std::getline(words, word, ' ');) {
         if (column > indent && column + 1 + word.size() > width) {
             result += '\n' + std::string(indent, ' ');
             column = indent;

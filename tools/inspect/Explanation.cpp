@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <memory>
 #include <numeric>
 #include <sstream>
@@ -30,14 +31,40 @@ Table readTable(const EngineStart& start, const std::string& file,
     throw InputError(file + ": " + problem + "; ksbrain inspect says more");
 }
 
-// Notes the first of some other values of a feature with which the second prediction would lead.
-template <typename Leads, typename TextOf>
-void findAlternative(const std::string& feature, int value, const std::vector<int>& others,
-                     const Leads& leadsWith, const TextOf& textOf, Explanation& result) {
-    const auto found = std::find_if(others.begin(), others.end(), leadsWith);
-    Alternative alternative{feature, textOf(value), std::nullopt};
-    if (found != others.end()) alternative.to = textOf(*found);
-    result.alternatives.push_back(alternative);
+// One of the things that a predictor was asked with.
+struct Feature {
+    std::string key;
+    std::vector<int> others;  // the other values there are, nearest first
+    std::function<std::string(int)> text;
+};
+
+// Takes up the best of a predictor's scores for `x`, and for each feature the first other value
+// with which the second of them would lead.
+void takeScores(const std::vector<int>& x,
+                const std::function<std::vector<float>(const std::vector<int>& x)>& ask,
+                const std::vector<Feature>& features, const std::function<std::string(int)>& nameOf,
+                size_t top, Explanation& result) {
+    const std::vector<float> scores = ask(x);
+    const std::vector<int> ranked = ranking(scores);
+    for (size_t i = 0; i < std::min(top, ranked.size()); ++i) {
+        result.predictions.push_back(
+            {ranked[i], nameOf(ranked[i]), scores[static_cast<size_t>(ranked[i])], {}, 0, {}});
+    }
+    if (ranked.size() < 2) return;
+    result.second = nameOf(ranked[1]);
+    for (size_t i = 0; i < x.size(); ++i) {
+        const Feature& feature = features[i];
+        const auto leads = [&](int value) {
+            std::vector<int> changed = x;
+            changed[i] = value;
+            const std::vector<int> order = ranking(ask(changed));
+            return !order.empty() && order[0] == ranked[1];
+        };
+        const auto found = std::find_if(feature.others.begin(), feature.others.end(), leads);
+        Alternative alternative{feature.key, feature.text(x[i]), std::nullopt};
+        if (found != feature.others.end()) alternative.to = feature.text(*found);
+        result.alternatives.push_back(alternative);
+    }
 }
 
 // The index of a name in the table, where a new one is entered as the engine does; -1 for a name
@@ -59,32 +86,36 @@ int indexOf(const std::string& name, std::vector<std::string>& names, Explanatio
     return index;
 }
 
-// Other values of a feature, nearest first: slots by the distance on the clock and the later one of
-// two at the same distance, applications by how often the model saw them opened.
-std::vector<int> otherValues(size_t feature, int value, const BayesAnswer& answer,
-                             size_t knownNames) {
-    if (feature == 1) return {1 - value};
-    std::vector<int> values;
-    if (feature == 0) {
-        for (int distance = 1; distance <= SLOTS_PER_DAY / 2; ++distance) {
-            values.push_back((value + distance) % SLOTS_PER_DAY);
-            values.push_back((value + SLOTS_PER_DAY - distance) % SLOTS_PER_DAY);
-        }
-        return values;
+// The other slots by the distance on the clock, the later one of two at the same distance first.
+std::vector<int> otherSlots(int slot) {
+    std::vector<int> slots;
+    for (int distance = 1; distance <= SLOTS_PER_DAY / 2; ++distance) {
+        slots.push_back((slot + distance) % SLOTS_PER_DAY);
+        slots.push_back((slot + SLOTS_PER_DAY - distance) % SLOTS_PER_DAY);
     }
-    values.resize(knownNames);
-    std::iota(values.begin(), values.end(), 0);
-    values.erase(std::remove(values.begin(), values.end(), value), values.end());
-    const auto samplesOf = [&](int index) {
-        const auto y = static_cast<size_t>(index);
-        return y < answer.classes.size() ? answer.classes[y].factors.back().count : 0;
-    };
-    std::stable_sort(values.begin(), values.end(),
-                     [&](int a, int b) { return samplesOf(a) > samplesOf(b); });
-    return values;
+    return slots;
 }
 
-void setLifts(const BayesAnswer& answer, std::vector<Prediction>& predictions) {
+// The other indexes below `count` by how often the model saw the application opened.
+std::vector<int> otherIndexes(int index, size_t count, const BayesAnswer& answer) {
+    std::vector<int> indexes(count);
+    std::iota(indexes.begin(), indexes.end(), 0);
+    indexes.erase(std::remove(indexes.begin(), indexes.end(), index), indexes.end());
+    const auto samplesOf = [&](int i) {
+        const auto y = static_cast<size_t>(i);
+        return y < answer.classes.size() ? answer.classes[y].factors.back().count : 0;
+    };
+    std::stable_sort(indexes.begin(), indexes.end(),
+                     [&](int a, int b) { return samplesOf(a) > samplesOf(b); });
+    return indexes;
+}
+
+void takeFactors(const BayesAnswer& answer, std::vector<Prediction>& predictions) {
+    for (Prediction& prediction : predictions) {
+        const BayesAnswer::Class& how = answer.classes[static_cast<size_t>(prediction.number)];
+        prediction.factors = how.factors;
+        prediction.product = how.product;
+    }
     for (size_t i = 0; i <= BayesSample::DIMENSION; ++i) {
         double logs = 0;
         for (const BayesAnswer::Class& y : answer.classes) {
@@ -134,32 +165,18 @@ void explainBayes(const EngineStart& start, size_t top, Explanation& result) {
         const auto i = static_cast<size_t>(index);
         return i < names.size() ? names[i] : std::string();
     };
-    const std::vector<int> ranked = ranking(answer.scores);
-    for (size_t i = 0; i < std::min(top, ranked.size()); ++i) {
-        const auto y = static_cast<size_t>(ranked[i]);
-        const BayesAnswer::Class& how = answer.classes[y];
-        result.predictions.push_back(
-            {ranked[i], nameOf(ranked[i]), answer.scores[y], how.factors, how.product, {}});
-    }
-    setLifts(answer, result.predictions);
-    if (ranked.size() < 2) return;
-    result.second = nameOf(ranked[1]);
-    for (size_t i = 0; i < result.features.size(); ++i) {
-        const auto leadsWith = [&](int value) {
-            std::vector<int> changed = result.features;
-            changed[i] = value;
-            const std::vector<int> others = ranking(model.explain(changed).scores);
-            return !others.empty() && others.front() == ranked[1];
-        };
-        const auto textOf = [&](int value) {
-            if (i == 0) return slotText(value);
-            if (i == 1) return std::string(value == 1 ? "working day" : "weekend");
-            return nameOf(value);
-        };
-        const int value = result.features[i];
-        findAlternative(FEATURE_KEYS[i], value, otherValues(i, value, answer, known), leadsWith,
-                        textOf, result);
-    }
+    const auto dayText = [](int value) -> std::string {
+        return value == 1 ? "working day" : "weekend";
+    };
+    const std::vector<Feature> features = {
+        {FEATURE_KEYS[0], otherSlots(slot), slotText},
+        {FEATURE_KEYS[1], {1 - day}, dayText},
+        {FEATURE_KEYS[2], otherIndexes(last, known, answer), nameOf},
+        {FEATURE_KEYS[3], otherIndexes(current, known, answer), nameOf},
+    };
+    const auto ask = [&](const std::vector<int>& x) { return model.explain(x).scores; };
+    takeScores(result.features, ask, features, nameOf, top, result);
+    takeFactors(answer, result.predictions);
 }
 
 // `history` ends with the two names.
@@ -190,10 +207,9 @@ void explainNetwork(const EngineStart& start, const std::vector<std::string>& hi
             "and answers nothing; the Bayes model is not asked in its place.");
         return;
     }
-    const int newer = seen[0];
-    const int older = seen[1];
-    result.newer = nameOf(newer);
-    result.older = nameOf(older);
+    const std::vector<int> x = {seen[1], seen[0]};
+    result.older = nameOf(x[0]);
+    result.newer = nameOf(x[1]);
 
     // The engine's own session is closed by now.
     const std::unique_ptr<ZmlSession, void (*)(ZmlSession*)> session(
@@ -204,34 +220,23 @@ void explainNetwork(const EngineStart& start, const std::vector<std::string>& hi
     if (!session || !session->createSequenceNetwork(ZmlSession::MODE_LOAD, nullptr, 0)) {
         throw std::runtime_error("the sequence network cannot be loaded");
     }
-    const auto ask = [&](int before, int last) {
-        int input[ZmlSession::CONTEXT] = {before, last};
+    const auto ask = [&](std::vector<int> input) {
         std::vector<float> scores(ZmlSession::VOCABULARY);
         int length = ZmlSession::VOCABULARY;
-        session->predictSequence(input, ZmlSession::CONTEXT, scores.data(), length);
+        session->predictSequence(input.data(), ZmlSession::CONTEXT, scores.data(), length);
         return scores;  // zeros when it does not answer
     };
-    const std::vector<float> scores = ask(older, newer);
-    const std::vector<int> ranked = ranking(scores);
-    for (size_t i = 0; i < std::min(top, ranked.size()); ++i) {
-        const float score = scores[static_cast<size_t>(ranked[i])];
-        const double lift = static_cast<double>(score) * ZmlSession::VOCABULARY;
-        result.predictions.push_back({ranked[i], nameOf(ranked[i]), score, {}, 0, {lift}});
-    }
-    if (ranked.size() < 2) return;
-    result.second = nameOf(ranked[1]);
-    for (const bool changesNewer : {false, true}) {
-        const int id = changesNewer ? newer : older;
-        std::vector<int> others;
-        for (int other = ZmlSession::VOCABULARY - 1; other >= 0; --other) {  // most used first
-            if (other != id && !nameOf(other).empty()) others.push_back(other);
+    const auto others = [&](int id) {
+        std::vector<int> ids;
+        for (int other = static_cast<int>(table.size()) - 1; other >= 0; --other) {
+            if (other != id) ids.push_back(other);  // the most used first
         }
-        const auto leadsWith = [&](int other) {
-            const std::vector<int> changed =
-                ranking(changesNewer ? ask(older, other) : ask(other, newer));
-            return !changed.empty() && changed.front() == ranked[1];
-        };
-        findAlternative(changesNewer ? "newer" : "older", id, others, leadsWith, nameOf, result);
+        return ids;
+    };
+    takeScores(x, ask, {{"older", others(x[0]), nameOf}, {"newer", others(x[1]), nameOf}}, nameOf,
+               top, result);
+    for (Prediction& prediction : result.predictions) {
+        prediction.lifts = {static_cast<double>(prediction.score) * ZmlSession::VOCABULARY};
     }
 }
 

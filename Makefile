@@ -92,8 +92,9 @@ stress: engine-tests
 	        >$(BUILD)/stress.log 2>&1 || { tail -50 $(BUILD)/stress.log; exit 1; }; \
 	done
 
-kills: demo
-	@$(BUILD)/ksbrain-kills --program $(BUILD)/ksbrain --kills $(KILLS) $(BUILD)/demo/trace.csv
+kills: build
+	@cmake/setup.sh page
+	@node tools/kills/kills.mjs $(KILLS) $(BUILD)/ksbrain
 
 cross-setup := @cmake/setup.sh build tests arm64 && cmake/arm64-sysroot.sh build-arm64
 

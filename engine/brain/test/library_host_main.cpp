@@ -95,12 +95,16 @@ sp<BrainEvent> opening(const std::string& package) {
     return event;
 }
 
+void waitForOneDestroyed() {
+    while (sem_wait(&handled) != 0) {
+    }
+}
+
 void open(const std::string& package) {
     sp<BrainEvent> event = opening(package);
     require(brain_main_send_data(event) == 0, "an event is taken");
     event.reset();
-    while (sem_wait(&handled) != 0) {
-    }
+    waitForOneDestroyed();
 }
 
 std::vector<std::string> predict() {
@@ -126,6 +130,8 @@ void learnAndPredict() {
     require(kept->getStrongCount() == 1, "the host alone holds what it has kept");
     require(isDaemonEvent(kept.get()) && kept->packageList == PACKAGES,
             "what it has kept is whole");
+    kept.reset();
+    waitForOneDestroyed();  // so that the next wait is for the next event
 }
 
 void remember() {

@@ -63,6 +63,13 @@ function(ksbrain_library name)
         ${KSBRAIN_WARNINGS} -fno-exceptions -fno-rtti ${KSBRAIN_ENGINE_OPTIMIZATION})
 endfunction()
 
+# ksbrain_run_path(NAME FOLDERS): where what is installed looks for its libraries, and from the start: a
+# path that installing has to lengthen is built with empty entries at its end, which the loader takes for
+# the current directory.
+function(ksbrain_run_path name folders)
+    set_target_properties(${name} PROPERTIES INSTALL_RPATH "${folders}" BUILD_WITH_INSTALL_RPATH ON)
+endfunction()
+
 # ksbrain_ship(NAME MAP): the properties of a shipped library. It exports what the version script MAP
 # names and lies at the top of the build. It stays mapped once loaded, since a detached thread of its
 # own may still be leaving when the library is closed.

@@ -48,6 +48,7 @@ export PKG_CONFIG_LIBDIR="$dir/prefix/$LIBDIR/pkgconfig"
 step "building with pkg-config" "$CXX" ${TARGET:+--target=$TARGET} ${SYSROOT:+--sysroot=$SYSROOT} -fuse-ld=lld \
     -std=c++17 $CXXFLAGS "$dir/source/host.cpp" -o "$dir/by-hand" $(pkg-config --cflags --libs ksbrain) \
     "-Wl,-rpath,$(pkg-config --variable=libdir ksbrain)"
+"$(dirname "$0")/../cmake/check-run-path.sh" "$dir/prefix/$LIBDIR"/*.so "$dir/build/ksbrain-host" "$dir/by-hand"
 
 with_data="$(dirname "$0")/../platform/workstation/private-data.sh"
 "$with_data" "$dir/data" true || {

@@ -14,8 +14,7 @@ add_custom_command(OUTPUT ${completion}
 add_custom_target(ksbrain_manual DEPENDS ${pages}/ksbrain.1 ${completion})
 
 set(component COMPONENT tools EXCLUDE_FROM_ALL)
-set_target_properties(ksbrain_program PROPERTIES
-    INSTALL_RPATH "\$ORIGIN/../${CMAKE_INSTALL_LIBDIR};${log_folder}")
+ksbrain_run_path(ksbrain_program "\$ORIGIN;\$ORIGIN/../${CMAKE_INSTALL_LIBDIR};${log_folder}")
 install(TARGETS ksbrain_program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} ${component})
 install(TARGETS ${libraries} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ${component})
 install(DIRECTORY ${pages}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 ${component})

@@ -1,5 +1,7 @@
 #include "tools/common/DataDirectory.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -46,6 +48,20 @@ void prepareDataDirectory(const std::string& path) {
     const bool there = mkdir(path.c_str(), MODE) == 0 || errno == EEXIST;
     if (!there) refuse("the data directory cannot be made");
     if (!isWritable(path)) refuse("is no directory that the engine can write");
+}
+
+DirectoryLock::DirectoryLock(const std::string& path)
+    : mDescriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    // A file system without locks does not keep one from working on it.
+    if (mDescriptor < 0 || flock(mDescriptor, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK)
+        return;
+    close(mDescriptor);
+    throw InputError(printable(path) +
+                     ": another run uses the directory: wait for its end, or name another one");
+}
+
+DirectoryLock::~DirectoryLock() {
+    if (mDescriptor >= 0) close(mDescriptor);
 }
 
 bool canHoldData(const std::string& path) {

@@ -23,6 +23,21 @@ class TemporaryDirectory {
 // when it is missing. Throws InputError.
 void prepareDataDirectory(const std::string& path);
 
+// Keeps a directory to this run for as long as it lives, and leaves no trace in it: two engines
+// would each write over what the other has learned. A directory that does not exist is nobody's.
+// Throws InputError when another run has it.
+class DirectoryLock {
+  public:
+    explicit DirectoryLock(const std::string& path);
+    ~DirectoryLock();
+
+  private:
+    DirectoryLock(const DirectoryLock&) = delete;
+    DirectoryLock& operator=(const DirectoryLock&) = delete;
+
+    const int mDescriptor;
+};
+
 // Whether the engine could keep its files there: it writes into the directory, or makes its last
 // component. Changes nothing.
 bool canHoldData(const std::string& path);

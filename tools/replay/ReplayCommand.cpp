@@ -44,8 +44,10 @@ int replay(const Options& options) {
     std::optional<ReplayResult> result;
     {
         std::optional<TemporaryDirectory> temporary;
+        std::optional<DirectoryLock> lock;
         if (options.dataDirectory) {
             prepareDataDirectory(*options.dataDirectory);
+            lock.emplace(*options.dataDirectory);
         } else {
             temporary.emplace();
         }

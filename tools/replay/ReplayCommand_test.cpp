@@ -86,6 +86,30 @@ TEST_F(ReplayProgram, RefusesBadInputAndLeavesTheDirectoryAlone) {
     EXPECT_EQ(runKsbrain({"replay", "--help"}).status, 0);
 }
 
+TEST_F(ReplayProgram, KeepsADataDirectoryToItself) {
+    // An evaluation is stored for every night of more than a century.
+    mFiles.write("long.csv", "time,package\n0,com.a\n4000000000,com.b\n");
+    const std::string data = path("data");
+    ProgramRun second{};
+    const ProgramRun first = runKsbrain(
+        {"replay", "--charging", "23:00-07:00", "--data-dir", data, path("long.csv")}, "",
+        [&](pid_t program) {
+            while (!mFiles.exists("data/AppPreloadEvaluation") && kill(program, 0) == 0) {
+                usleep(1000);
+            }
+            second = runKsbrain({"replay", "--data-dir", path("./data/"), path("t.txt")});
+            kill(program, SIGINT);
+        });
+    EXPECT_EQ(first.status, 128 + SIGINT);
+    EXPECT_EQ(second.status, 2);
+    EXPECT_EQ(second.out, "");
+    EXPECT_THAT(second.err, HasSubstr("data/: another run uses the directory"));
+    EXPECT_EQ(runKsbrain({"replay", "--data-dir", data, path("t.txt")}).status, 0);
+    EXPECT_THAT(entriesOf(data),
+                ::testing::UnorderedElementsAre("AppPreloadBayesModel", "AppPreloadMap",
+                                                "AppPreloadEvaluation", "AppHistory"));
+}
+
 // Whether a file of that name lies below the directory.
 bool holds(const std::string& directory, const std::string& name) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {

@@ -38,6 +38,8 @@ struct Options {
 // Becomes a shell that gives itself a /data/system of its own, and that becomes this program again.
 [[noreturn]] void startAgain(const std::string& root, const std::string& library, int logLevel) {
     prepareDataDirectory(root);
+    // Until the shell is there; the program that comes behind it locks the same directory for good.
+    const DirectoryLock lock(root + "/system/korvi_system");
     const std::string self = std::filesystem::read_symlink("/proc/self/exe");
     const char* const logOption = logLevel == 0 ? nullptr : "--log";  // a null ends the command
     execlp("sh", "sh", "-c", PRIVATE_DATA, "ksbrain", root.c_str(), self.c_str(), "serve",
@@ -101,7 +103,11 @@ int serve(const Options& options) {
                                  : std::filesystem::absolute(options.library).string();
     const EngineLibrary engine = loadEngine(path);
     if (options.root) startAgain(*options.root, path, options.logLevel);
-    if (!canHoldData(DATA_DIRECTORY)) {
+    std::optional<DirectoryLock> lock;
+    if (canHoldData(DATA_DIRECTORY)) {
+        prepareDataDirectory(DATA_DIRECTORY);
+        lock.emplace(DATA_DIRECTORY);
+    } else {
         fprintf(stderr, "%s cannot be written: predictions will be empty (--root DIR helps)\n",
                 DATA_DIRECTORY);
     }

@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <nlohmann/json.hpp>
 
 #include <csignal>
+#include <fstream>
 
 #include "platform/testing/TempDir.h"
 #include "tools/common/JsonLine.h"
@@ -182,6 +184,36 @@ TEST_F(ServedEngine, MakesItselfADataDirectory) {
     EXPECT_EQ(run.out, "{\"ok\":true}\n{\"ok\":true}\n");
     EXPECT_THAT(run.err, HasSubstr("BayesAdapter init ok"));
     EXPECT_EQ(mRoot.read("phone/" + mData + "AppPreloadMap"), "appmap 2\ncom.a 0\ncom.b 1\n");
+}
+
+TEST_F(ServedEngine, KeepsItsDataDirectoryToItself) {
+    const std::string phone = mRoot.file("phone");
+    const std::string pipe = mRoot.file("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::vector<ProgramRun> others;
+    const ProgramRun first = runKsbrain(
+        {"serve", "--root", phone}, "",
+        [&](pid_t program) {
+            std::ofstream(pipe) << "{\"open\":\"com.a\"}" << std::endl;
+            while (!mRoot.exists("phone/" + mData + "AppPreloadMap") && kill(program, 0) == 0) {
+                usleep(1000);
+            }
+            mRoot.write("t.txt", "com.a\ncom.b\n");
+            others = {
+                runKsbrain({"serve", "--root", phone}),
+                runKsbrain({"serve"}, "", nullptr, {PRIVATE_DATA_SCRIPT, phone}),
+                runKsbrain({"replay", "--data-dir", phone + "/" + mData, mRoot.file("t.txt")})};
+            kill(program, SIGTERM);
+        },
+        {"/bin/sh", "-c", "exec \"$@\" 0<>" + pipe, "sh"});  // an input that does not end
+    if (first.err.find("Exec format error") != std::string::npos) GTEST_SKIP() << first.err;
+    EXPECT_EQ(first.status, 128 + SIGTERM) << first.err;
+    EXPECT_THAT(others[0].err, HasSubstr(phone + "/system/korvi_system: another run uses"));
+    EXPECT_THAT(others[1].err, HasSubstr("/data/system/korvi_system: another run uses"));
+    for (const ProgramRun& other : others) {
+        EXPECT_EQ(other.status, 2) << other.err;
+        EXPECT_EQ(other.out, "");
+    }
 }
 
 TEST(Serve, EndsInGoodOrderWithoutALibraryOrADirectory) {

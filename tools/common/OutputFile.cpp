@@ -10,7 +10,20 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "tools/common/InputError.h"
 #include "tools/common/Text.h"
+
+void requireOtherFile(const std::string& input, const std::string& output) {
+    struct stat in {};
+    struct stat out {};
+    const bool haveBoth =
+        (input == "-" ? fstat(STDIN_FILENO, &in) : stat(input.c_str(), &in)) == 0 &&
+        stat(output.c_str(), &out) == 0;
+    if (!haveBoth || !S_ISREG(in.st_mode) || in.st_dev != out.st_dev || in.st_ino != out.st_ino) {
+        return;
+    }
+    throw InputError(printable(output) + ": is the file that is read: name another one to write");
+}
 
 OutputFile::OutputFile(const std::string& path) : mPath(path), mTarget(path) {
     struct stat status {};

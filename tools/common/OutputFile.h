@@ -2,6 +2,10 @@
 
 #include <string>
 
+// Throws InputError when the output would take the place of the input: when both are the same
+// regular file, under whatever names. The input "-" is standard input.
+void requireOtherFile(const std::string& input, const std::string& output);
+
 // A file that is there whole or not at all: what is written goes to a temporary file beside it,
 // which takes its place on commit() and is deleted otherwise. What is no regular file, a terminal
 // or a pipe, is written at once.

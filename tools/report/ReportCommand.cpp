@@ -28,6 +28,7 @@ int report(const Options& options) {
     if (options.trace.has_value() == options.from.has_value()) {
         throw InputError("report: give either a TRACE or --from FILE (see ksbrain report --help)");
     }
+    requireOtherFile(options.from ? *options.from : *options.trace, options.output);
     ScoreSum scores;
     std::optional<NamedTrace> trace;
     if (options.from) {

@@ -50,6 +50,7 @@ void writeAll(const Options& options) {
         catchInterrupts();
         return writeFiles(file, options.output);
     }
+    if (options.output != "-") requireOtherFile(options.trace, options.output);
     const NamedTrace named = readOneTrace(options.trace, options.reading, options.quiet);
     if (options.output == "-") return writeCsv(named.trace, writeOutput);
     catchInterrupts();

@@ -37,6 +37,15 @@ TEST_F(ConvertProgram, WritesAFileOrStandardOutput) {
     EXPECT_EQ(runKsbrain({"replay", "--quiet", "-"}, DUMP).status, 0);
 }
 
+TEST_F(ConvertProgram, KeepsTheFileBehindStandardInput) {
+    mFiles.write("dump.txt", DUMP);
+    const ProgramRun run = runKsbrain({"convert", "-", "-o", path("dump.txt")}, "", nullptr,
+                                      {"/bin/sh", "-c", "exec \"$@\" <" + path("dump.txt"), "sh"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.err, HasSubstr("dump.txt: is the file that is read"));
+    EXPECT_EQ(mFiles.read("dump.txt"), DUMP);
+}
+
 TEST_F(ConvertProgram, TakesOneOfSeveralUsersOrAllIntoADirectory) {
     mFiles.write("t.tsv", TABLE);
     EXPECT_EQ(runKsbrain({"convert", "--user", "5", path("t.tsv")}).out,

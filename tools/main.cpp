@@ -50,7 +50,8 @@ int main(int argc, char** argv) {
         makeConvertVerb(), makeInspectVerb(),          makeExplainVerb(), makeServeVerb(),
         makeSynthVerb(),   makeCompletionVerb(program)};
 
-    signal(SIGPIPE, SIG_IGN);  // a reader that is gone shows as a failed write
+    signal(SIGPIPE, SIG_IGN);  // a reader that is gone shows as a failed write,
+    signal(SIGXFSZ, SIG_IGN);  // and so does a limit on the size of files
     try {
         return runCommandLine(program, argc, argv);
     } catch (const OutputClosed&) {

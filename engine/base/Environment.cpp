@@ -10,4 +10,6 @@ time_t now() {
     return time(nullptr);
 }
 
+void noteStorageFailure(const std::string&, int) {}
+
 }  // namespace environment

@@ -176,11 +176,14 @@ AppEvaluation& AppPreloadModel::storedEvaluationLocked() {
 // Only the evaluation of the predictor in use is kept; the other's counts end with the process.
 int AppPreloadModel::storeEvaluationLocked() {
     const AppEvaluation& evaluation = storedEvaluationLocked();
-    std::ofstream out(engine_file::pathOf(engine_file::EVALUATION), std::ios::trunc);
+    const std::string path = engine_file::pathOf(engine_file::EVALUATION);
+    std::ofstream out(path, std::ios::trunc);
     out << "ai " << mUsingZml << std::endl;
     out << "Top1AppHitCount " << evaluation.top1HitCount << std::endl;
     out << "Top4AppHitCount " << evaluation.top4HitCount << std::endl;
     out << "AppOpenCount " << evaluation.appOpenCount << std::endl;
+    out.close();
+    if (!out) environment::noteStorageFailure(path, errno);
     // Said even when the file could not be written.
     ENGINE_LOG(LEVEL_DEBUG, TAG, "store Evaluation result ok");
     return 0;

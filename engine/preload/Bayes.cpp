@@ -1,9 +1,11 @@
 #include "preload/Bayes.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <numeric>
 #include <utility>
 
+#include "base/Environment.h"
 #include "base/Logger.h"
 #include "preload/BayesFile.h"
 #include "preload/Count.h"
@@ -292,7 +294,10 @@ std::string Bayes::serializeLocked() {
 }
 
 int Bayes::storeDataToDiskLocked() {
-    return mModelPath.empty() ? ERROR_NO_PATH : storeModelText(mModelPath, serializeLocked());
+    if (mModelPath.empty()) return ERROR_NO_PATH;
+    const int error = storeModelText(mModelPath, serializeLocked());
+    if (error != OK) environment::noteStorageFailure(mModelPath, errno);
+    return error;
 }
 
 std::unique_ptr<Bayes> Bayes::createBayesFromModel(const char* path) {
@@ -301,6 +306,7 @@ std::unique_ptr<Bayes> Bayes::createBayesFromModel(const char* path) {
     if (fileExists(file.backupPath())) file.restoreBackup();
     FILE* const stream = fopen(path, "r");
     if (stream == nullptr) {
+        if (errno != ENOENT) environment::noteStorageFailure(path, errno);
         ENGINE_LOG(LEVEL_DEBUG, TAG, "model file %s does not exist \n", path);
         return nullptr;
     }

@@ -2,8 +2,10 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 
+#include "base/Environment.h"
 #include "preload/FileAccess.h"
 
 PersistentFile::StepAside PersistentFile::stepAside() const {
@@ -14,7 +16,9 @@ PersistentFile::StepAside PersistentFile::stepAside() const {
 }
 
 bool PersistentFile::discardBackup() const {
-    return !fileExists(mBackupPath) || unlink(mBackupPath.c_str()) == 0;
+    if (!fileExists(mBackupPath) || unlink(mBackupPath.c_str()) == 0) return true;
+    environment::noteStorageFailure(mBackupPath, errno);
+    return false;
 }
 
 void PersistentFile::restoreBackup() const {

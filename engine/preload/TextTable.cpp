@@ -1,7 +1,9 @@
 #include "preload/TextTable.h"
 
+#include <cerrno>
 #include <fstream>
 
+#include "base/Environment.h"
 #include "base/Logger.h"
 #include "preload/FileAccess.h"
 
@@ -14,7 +16,7 @@ TableLoad loadTable(const PersistentFile& file, const std::function<void(std::is
     if (!stream.fail()) return TableLoad::LOADED;
     ENGINE_LOG(LEVEL_WARNING, "AppPreloadModel", "file %s format error", file.path().c_str());
     stream.close();
-    file.remove();
+    if (!file.remove()) environment::noteStorageFailure(file.path(), errno);
     return TableLoad::MALFORMED;
 }
 
@@ -24,6 +26,7 @@ bool storeTable(const PersistentFile& file, const std::function<void(std::ostrea
     write(stream);
     stream.flush();
     const bool written = !stream.fail();
+    if (!written) environment::noteStorageFailure(file.path(), errno);
     stream.close();
     if (written) {
         file.discardBackup();

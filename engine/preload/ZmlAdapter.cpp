@@ -1,6 +1,7 @@
 #include "preload/ZmlAdapter.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <fstream>
@@ -295,9 +296,11 @@ void ZmlAdapter::loadHistoryAppsLocked() {
 void ZmlAdapter::storeHistoryAppsLocked(std::vector<std::string>& apps, bool append) {
     ENGINE_LOG(LEVEL_DEBUG, TAG,
                append ? "append store history apps" : "replace store history apps");
-    std::ofstream stream(engine_file::pathOf(engine_file::HISTORY),
-                         append ? std::ios::app : std::ios::trunc);
+    const std::string path = engine_file::pathOf(engine_file::HISTORY);
+    std::ofstream stream(path, append ? std::ios::app : std::ios::trunc);
     for (const std::string& app : apps) stream << app << std::endl;
+    stream.close();
+    if (!stream) environment::noteStorageFailure(path, errno);
     ENGINE_LOG(LEVEL_DEBUG, TAG, "store history apps ok");
 }
 

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/Environment.h"
 #include "zml/Crc32.h"
 #include "zml/Learner.h"
 
@@ -131,6 +132,7 @@ NetworkFile::Read NetworkFile::read(StoredNetwork& network, std::string& problem
     struct stat status {};
     if (!file.isOpen() || fstat(file.get(), &status) != 0) {
         if (errno == ENOENT) return Read::MISSING;
+        environment::noteStorageFailure(mPath, errno);
         problem = strerror(errno);
         return Read::UNUSABLE;
     }
@@ -140,7 +142,12 @@ NetworkFile::Read NetworkFile::read(StoredNetwork& network, std::string& problem
         return Read::UNUSABLE;
     }
     Bytes bytes(static_cast<size_t>(status.st_size));
-    problem = readAll(file.get(), bytes) ? findProblem(bytes) : "not readable";
+    if (readAll(file.get(), bytes)) {
+        problem = findProblem(bytes);
+    } else {
+        environment::noteStorageFailure(mPath, errno);
+        problem = "not readable";
+    }
     if (!problem.empty()) return Read::UNUSABLE;
     network.kind = readU32(bytes, KIND_OFFSET);
     network.parameters.assign(bytes.begin() + HEADER_SIZE, bytes.end() - CHECKSUM_SIZE);

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <utility>
 
+#include "base/Environment.h"
 #include "zml/Log.h"
 
 namespace zml {
@@ -134,6 +135,7 @@ TrainingResult TrainingThread::trainAndStore(TrainingJob& job) {
     if (!job.learner->train(job.ids, job.cancelled)) return TRAINING_FAILED;
     if (job.cancelled) return TRAINING_FAILED;
     if (!mFile.write({job.learner->kind(), job.learner->serialise()})) {
+        environment::noteStorageFailure(mFile.path(), errno);
         ZML_LOG(ANDROID_LOG_ERROR, "%s could not be stored: %s", mFile.path().c_str(),
                 strerror(errno));
         return TRAINING_FAILED;

@@ -11,6 +11,7 @@ struct Settings {
     std::string dataDirectory GUARDED_BY(lock);
     bool clockStopped GUARDED_BY(lock) = false;
     time_t now GUARDED_BY(lock) = 0;
+    std::optional<StorageFailure> failure GUARDED_BY(lock);
 };
 
 // Never destroyed: threads may still ask while the process ends.
@@ -31,9 +32,20 @@ time_t now() {
     return settings().clockStopped ? settings().now : time(nullptr);
 }
 
+void noteStorageFailure(const std::string& path, int error) {
+    MutexLock lock(settings().lock);
+    if (!settings().failure) settings().failure = StorageFailure{path, error};
+}
+
+std::optional<StorageFailure> storageFailure() {
+    MutexLock lock(settings().lock);
+    return settings().failure;
+}
+
 void setDataDirectory(const std::string& directory) {
     MutexLock lock(settings().lock);
     settings().dataDirectory = directory;
+    settings().failure.reset();
 }
 
 void setNow(time_t seconds) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "base/Environment.h"
 
 // The environment that tests and tools link in place of the fixed one: a data directory and a wall
@@ -7,6 +9,14 @@
 namespace environment {
 
 void setDataDirectory(const std::string& directory);
+
+struct StorageFailure {
+    std::string path;
+    int error;
+};
+
+// The first one since the data directory was set.
+std::optional<StorageFailure> storageFailure();
 
 // Stops the wall clock at `seconds` since the epoch.
 void setNow(time_t seconds);

@@ -48,7 +48,7 @@ class Replayer {
     // While a training is waited for, `stopped` is asked whether to give up.
     void setStopped(std::function<bool()> stopped) { mStopped = std::move(stopped); }
 
-    // Returns nothing when it was stopped; the model is gone in either case.
+    // Returns nothing when it was stopped; the model is gone in either case. Throws as a walk does.
     std::optional<ReplayResult> run(const Trace& trace, const Listener& listener);
 
     // During run(): whether the sequence network gave the last prediction, and how many trainings

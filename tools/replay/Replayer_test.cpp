@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <set>
+#include <stdexcept>
 
 #include "platform/testing/LogCapture.h"
 #include "platform/testing/TempDir.h"
@@ -31,6 +33,16 @@ class Replay : public ::testing::Test {
         std::string rows;
         for (int i = 0; i < openings; ++i) {
             rows += std::to_string(1709280000 + 60 * i) + (i % 2 == 0 ? ",com.a\n" : ",com.b\n");
+        }
+        return trace(rows);
+    }
+
+    // Enough for two trainings.
+    Trace longTrace() {
+        std::string rows;
+        for (int i = 0; i < 6000; ++i) {
+            rows += std::to_string(1709280000 + 6 * i) + ",app" +
+                    std::to_string(i * i % 37 + i % 3) + "\n";
         }
         return trace(rows);
     }
@@ -136,12 +148,7 @@ TEST_F(Replay, KeepsTheOrderOfEdgesMarksAndOpenings) {
 }
 
 TEST_F(Replay, TrainsWhileChargingAndIsTheSameTwice) {
-    std::string rows;
-    for (int i = 0; i < 6000; ++i) {
-        rows +=
-            std::to_string(1709280000 + 6 * i) + ",app" + std::to_string(i * i % 37 + i % 3) + "\n";
-    }
-    const Trace input = trace(rows);
+    const Trace input = longTrace();
     const ReplayResult first = run(input, "always");
     EXPECT_EQ(first.trainings,
               2);  // at 5,000 openings and, behind the fifth that is dropped, 1,000 later
@@ -154,6 +161,28 @@ TEST_F(Replay, TrainsWhileChargingAndIsTheSameTwice) {
     for (const char* file : {"AppPreloadBayesModel", "AppPreloadMap", "AppPreloadEvaluation",
                              "AppHistory", "AppUsage"}) {
         EXPECT_EQ(other.read(file), mData.read(file)) << file;
+    }
+}
+
+// Folders lie where a file, and what it needs while it is rewritten, should.
+TEST_F(Replay, GivesNoFiguresWhenAFileCannotBeStored) {
+    const Trace input = longTrace();
+    const char* const files[] = {"AppPreloadBayesModel", "AppPreloadMap", "AppPreloadEvaluation",
+                                 "AppHistory",           "AppUsage",      "aiPreloadApp.zml"};
+    for (const std::string file : files) {
+        const TempDir data;
+        for (const char* const end : {"", ".bak", ".tmp"}) {
+            std::filesystem::create_directories(data.file(file + end + "/in the way"));
+        }
+        Replayer replayer(ChargingPlan::always(), data.path());
+        const auto goOn = [](size_t, const auto&) { return true; };
+        try {
+            replayer.run(input, goOn);
+            ADD_FAILURE() << file << ": the replay went on";
+        } catch (const std::runtime_error& error) {
+            EXPECT_THAT(error.what(), HasSubstr(data.file(file)));
+            EXPECT_THAT(error.what(), HasSubstr("Is a directory"));
+        }
     }
 }
 

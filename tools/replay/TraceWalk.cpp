@@ -1,15 +1,27 @@
 #include "tools/replay/TraceWalk.h"
 
 #include <algorithm>
+#include <cstring>
 #include <optional>
+#include <stdexcept>
 #include <thread>
 
 #include "platform/workstation/SettableEnvironment.h"
+#include "tools/common/Text.h"
 
 namespace {
 
 constexpr TraceTime MARK_DISTANCE = std::chrono::seconds(300);
 constexpr std::chrono::microseconds POLL_INTERVAL(200);
+
+// The engine goes on when its files fail it, but not with the answers that it would have given.
+void requireStorage() {
+    const std::optional<environment::StorageFailure> failure = environment::storageFailure();
+    if (!failure) return;
+    throw std::runtime_error(
+        printable(failure->path) +
+        ": the engine could not write or read it: " + strerror(failure->error));
+}
 
 }  // namespace
 
@@ -22,9 +34,13 @@ bool TraceWalk::run(const Listener& listener) {
         if (row > 0 && !passTime(mTrace.time(row - 1), mTrace.time(row))) return false;
         environment::setNow(wholeSeconds(mTrace.time(row)));
         mSubject.open(mTrace, row);
-        if (!listener(row, mSubject.predict())) return false;
+        const std::vector<std::string> answer = mSubject.predict();
+        requireStorage();
+        if (!listener(row, answer)) return false;
     }
-    return update();
+    if (!update()) return false;
+    requireStorage();
+    return true;
 }
 
 // What happens behind `from`, up to `to` itself. False when the walk was stopped.

@@ -44,7 +44,8 @@ class TraceWalk {
     // While a training is waited for, `stopped` is asked whether to give up.
     void setStopped(std::function<bool()> stopped) { mStopped = std::move(stopped); }
 
-    // False when it was stopped.
+    // False when it was stopped. Throws std::runtime_error when a file of the engine's could not be
+    // written or read, since its answers are not those of a device whose storage works.
     bool run(const Listener& listener);
 
   private:

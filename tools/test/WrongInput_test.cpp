@@ -5,8 +5,10 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <optional>
 
 #include "platform/testing/TempDir.h"
+#include "tools/common/DataDirectory.h"
 #include "tools/test/ProgramRun.h"
 
 namespace {
@@ -71,10 +73,19 @@ const Case CASES[] = {
     {"a trace in a missing directory", {"synth", "-o", "none/trace.csv"}, "none/", 1},
     {"users into a full directory", {"synth", "--users", "2", "-o", "."}, "not empty"},
     {"CSV onto a directory", {"convert", "good.csv", "-o", "folder"}, "folder", 1},
+    {"CSV onto its trace", {"convert", "good.csv", "-o", "./good.csv"}, "./good.csv: is the file"},
+    {"CSV onto a link to it", {"convert", "good.csv", "-o", "soft.csv"}, "soft.csv: is the file"},
+    {"a page onto its trace", {"report", "hard.csv", "-o", "good.csv"}, "good.csv: is the file"},
+    {"a page onto its scores",
+     {"report", "--from", "scores.jsonl", "-o", "scores.jsonl"},
+     "scores.jsonl: is the file"},
     {"a page of no scores", {"report", "--from", "good.csv", "-o", "out.html"}, "good.csv:1: "},
     {"the engine's files in a file",
      {"replay", "--data-dir", "good.csv", "good.csv"},
      "no directory"},
+    {"a directory of the engine's that another run uses",
+     {"replay", "--data-dir", "used", "good.csv"},
+     "used: another run"},
     {"the engine's root in a file", {"serve", "--root", "good.csv"}, "no directory"},
 };
 
@@ -102,6 +113,10 @@ class WrongInput : public ::testing::Test {
         mFiles.write("garbage.jsonl", "{\"name\":\n");
         std::filesystem::create_directory(mFiles.file("folder"));
         std::filesystem::current_path(mFiles.path());
+        std::filesystem::create_hard_link("good.csv", "hard.csv");
+        std::filesystem::create_symlink("good.csv", "soft.csv");
+        std::filesystem::create_directory("used");
+        mUsed.emplace("used");
         mFiles.write("scores.jsonl", runKsbrain({"compare", "--json", "good.csv"}).out);
     }
     ~WrongInput() override { std::filesystem::current_path(mHome); }
@@ -118,6 +133,7 @@ class WrongInput : public ::testing::Test {
 
     const std::filesystem::path mHome;
     const TempDir mFiles;
+    std::optional<DirectoryLock> mUsed;
 };
 
 TEST_F(WrongInput, IsNamedAndLeavesNothingBehind) {
@@ -127,6 +143,40 @@ TEST_F(WrongInput, IsNamedAndLeavesNothingBehind) {
         const ProgramRun run = runKsbrain(each.arguments);
         EXPECT_EQ(run.status, each.status);
         EXPECT_THAT(run.err, HasSubstr(each.message));
+        EXPECT_EQ(run.out, "");
+        EXPECT_TRUE(everything() == before) << "files have changed";
+    }
+}
+
+using SmallDisk = WrongInput;
+
+TEST_F(SmallDisk, IsNamedAndGivesNoFigures) {
+    std::string rows;
+    for (int i = 0; i < 200; ++i) rows += "com.example.app" + std::to_string(i) + "\n";
+    mFiles.write("many.txt", rows);
+    ASSERT_EQ(runKsbrain({"replay", "--data-dir", "state", "many.txt"}).status, 0);
+    const std::vector<std::string> cases[] = {
+        {"replay", "many.txt"},
+        {"replay", "--json", "--quiet", "many.txt"},
+        {"compare", "many.txt"},
+        {"compare", "--json", "many.txt"},
+        {"report", "many.txt", "-o", "page.html"},
+        {"report", "--from", "scores.jsonl", "-o", "page.html"},
+        {"convert", "many.txt", "-o", "out.csv"},
+        {"convert", "many.txt", "-o", "out/"},
+        {"synth", "-o", "out.csv"},
+        {"inspect", "state"},
+        {"explain", "state"},
+    };
+    // Files of 512 bytes, which is less than any of those that are written.
+    const std::vector<std::string> roomForNone = {"/bin/sh", "-c", "ulimit -f 1; exec \"$@\"",
+                                                  "sh"};
+    const auto before = everything();
+    for (const std::vector<std::string>& arguments : cases) {
+        SCOPED_TRACE(arguments[0] + " " + arguments[1]);
+        const ProgramRun run = runKsbrain(arguments, "", nullptr, roomForNone);
+        EXPECT_EQ(run.status, 1);
+        EXPECT_THAT(run.err, HasSubstr("File too large"));
         EXPECT_EQ(run.out, "");
         EXPECT_TRUE(everything() == before) << "files have changed";
     }

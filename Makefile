@@ -51,7 +51,7 @@ build:
 
 tests:
 	@cmake/setup.sh build tests
-	$(call here,-DKSBRAIN_TESTS=ON,all tests ksbrain_manual)
+	$(call here,-DKSBRAIN_TESTS=ON,all tests)
 
 test: tests
 	$(call run-tests,$(BUILD))
@@ -100,7 +100,7 @@ cross-setup := @cmake/setup.sh build tests arm64 && cmake/arm64-sysroot.sh build
 
 arm64:
 	$(cross-setup)
-	$(call cross,all tests ksbrain_manual)
+	$(call cross,all tests)
 
 test-arm64: arm64
 	$(call run-tests,build-arm64)

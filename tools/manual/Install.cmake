@@ -12,6 +12,9 @@ add_custom_command(OUTPUT ${completion}
     COMMAND ksbrain_program completion bash > ${completion}
     DEPENDS ksbrain_program VERBATIM)
 add_custom_target(ksbrain_manual DEPENDS ${pages}/ksbrain.1 ${completion})
+if(KSBRAIN_TESTS)
+    add_dependencies(tests ksbrain_manual)
+endif()
 
 set(component COMPONENT tools EXCLUDE_FROM_ALL)
 ksbrain_run_path(ksbrain_program "\$ORIGIN;\$ORIGIN/../${CMAKE_INSTALL_LIBDIR};${log_folder}")

@@ -1,5 +1,8 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <csignal>
-#include <cstdio>
+#include <cstdlib>
 #include <exception>
 
 #include "tools/common/CommandLine.h"
@@ -31,6 +34,15 @@ constexpr char NOTE[] =
     "  NO_COLOR        no colours, if not empty\n"
     "  CLICOLOR_FORCE  colours also where no terminal is, if neither empty nor 0";
 
+// A standard stream that is closed would lend its number to the next file that is opened, and that
+// file would get what is printed. What takes its place refuses everything.
+void occupyStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) >= 0) continue;
+        if (open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY) != stream) abort();
+    }
+}
+
 int fail(const std::exception& error, int status) {
     printError(error.what());
     return status;
@@ -50,6 +62,7 @@ int main(int argc, char** argv) {
         makeConvertVerb(), makeInspectVerb(),          makeExplainVerb(), makeServeVerb(),
         makeSynthVerb(),   makeCompletionVerb(program)};
 
+    occupyStandardStreams();
     signal(SIGPIPE, SIG_IGN);  // a reader that is gone shows as a failed write,
     signal(SIGXFSZ, SIG_IGN);  // and so does a limit on the size of files
     try {

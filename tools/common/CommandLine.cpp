@@ -16,6 +16,9 @@ std::string nameOf(const Argument& argument) {
 
 void give(const Argument& argument, const std::string& value) {
     try {
+        if (value.empty() && !argument.isFlag() && argument.value != "NAME") {
+            throw InputError("is empty");
+        }
         argument.take(value);
     } catch (const InputError& error) {
         throw CLI::ValidationError(nameOf(argument), error.what());

@@ -31,6 +31,9 @@ void catchInterrupts() {
     action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    struct sigaction before {};
+    sigaction(SIGHUP, &action, &before);
+    if (before.sa_handler == SIG_IGN) sigaction(SIGHUP, &before, nullptr);  // started by nohup
 }
 
 int interruptSignal() {

@@ -91,7 +91,8 @@ TEST_F(CompareProgram, RefusesWhatIsNoScore) {
 TEST_F(CompareProgram, LeavesNothingBehindWhenItIsInterrupted) {
     mkdir(path("tmp").c_str(), 0700);
     setenv("TMPDIR", path("tmp").c_str(), 1);
-    for (const int signal : {SIGINT, SIGTERM}) {
+    ::signal(SIGHUP, SIG_DFL);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         const ProgramRun run =
             runKsbrain({"compare", "--json", trace(60'000)}, "", [&](pid_t program) {
                 // It runs the methods once it has a directory for the engine's files.

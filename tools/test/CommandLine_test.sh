@@ -73,3 +73,10 @@ expect "ksbrain: error: standard output cannot be written: No space left on devi
 grep -q "$(printf '\033')" err || fail "no colours with CLICOLOR_FORCE"
 ! NO_COLOR=1 CLICOLOR_FORCE=1 $PROGRAM wrong 2>err || fail "a wrong verb is taken"
 ! grep -q "$(printf '\033')" err || fail "colours with NO_COLOR"
+
+# No file that it opens takes the place of a stream that is closed.
+printf 'com.a\ncom.b\n' >trace.txt
+! $PROGRAM replay trace.txt >&- 2>err || fail "all is well with its output closed"
+expect "ksbrain: error: standard output cannot be written: Bad file descriptor" "$(cat err)" "with its output closed"
+! $PROGRAM replay - <&- 2>err || fail "all is well with its input closed"
+expect "standard input:1: cannot be read: Bad file descriptor" "$(cat err)" "with its input closed"

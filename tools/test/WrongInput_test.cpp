@@ -48,6 +48,8 @@ const Case CASES[] = {
     {"a bad charging plan", {"replay", "--charging", "25:00-07:00", "good.csv"}, "25:00"},
     {"a bad moment", {"explain", "folder", "--time", "yesterday"}, "--time: \"yesterday\""},
     {"a shell nobody completes for", {"completion", "zsh"}, "none for \"zsh\""},
+    {"an empty path to read", {"replay", ""}, "TRACE: is empty"},
+    {"an empty path to write", {"convert", "good.csv", "-o", ""}, "--output: is empty"},
     // What is read.
     {"a missing file", {"replay", "missing.csv"}, "missing.csv:1: cannot be opened"},
     {"a directory", {"replay", "folder"}, "folder"},
@@ -155,7 +157,11 @@ TEST_F(SmallDisk, IsNamedAndGivesNoFigures) {
     for (int i = 0; i < 200; ++i) rows += "com.example.app" + std::to_string(i) + "\n";
     mFiles.write("many.txt", rows);
     ASSERT_EQ(runKsbrain({"replay", "--data-dir", "state", "many.txt"}).status, 0);
+    rows.clear();
+    for (int i = 0; i < 200; ++i) rows += i % 2 == 0 ? "com.a\n" : "com.b\n";
+    mFiles.write("two.txt", rows);
     const std::vector<std::string> cases[] = {
+        {"replay", "two.txt"},  // where the history alone grows
         {"replay", "many.txt"},
         {"replay", "--json", "--quiet", "many.txt"},
         {"compare", "many.txt"},

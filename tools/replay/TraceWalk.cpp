@@ -29,6 +29,7 @@ TraceWalk::TraceWalk(const Trace& trace, const ChargingPlan& plan, WalkSubject& 
     : mTrace(trace), mPlan(plan), mSubject(subject) {}
 
 bool TraceWalk::run(const Listener& listener) {
+    requireStorage();  // before a file that could not be read is written over
     mSubject.setCharging(mPlan.chargingAt(wholeSeconds(mTrace.time(0))));
     for (size_t row = 0; row < mTrace.size(); ++row) {
         if (row > 0 && !passTime(mTrace.time(row - 1), mTrace.time(row))) return false;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include "base/RefBase.h"
 
 // A copyable piece of deferred work: a member function, the object to call it on and at most one
@@ -11,8 +13,8 @@
 // The binding lives in a reference-counted context that copies share, so the bound argument lives
 // as long as the last copy. A callback may be built on one thread and run on another.
 
-// The pointer policy of every callback here: plain and non-owning. The object must outlive every
-// run.
+// A plain, non-owning pointer to the object, which must outlive every run. (Given an sp instead,
+// the callback keeps its object.)
 template <typename T>
 class UnsafeRawPtr {
   public:
@@ -39,9 +41,9 @@ class CallbackContext<R (T::*)(), PointerType> : public CallbackContextBase {
 
     const char* getName() const override { return "CallbackContext<R(T::*)(), PointerType>"; }
 
-    // Holds the context during the call: the call may drop every other reference to it.
+    // The context must outlive the call: Callback sees to that.
     static R run(CallbackContextBase* base) {
-        const sp<CallbackContext> self(static_cast<CallbackContext*>(base));
+        auto* const self = static_cast<CallbackContext*>(base);
         return (self->mObject.get()->*self->mFunction)();
     }
 
@@ -59,7 +61,7 @@ class CallbackContext<R (T::*)(A1), PointerType> : public CallbackContextBase {
     const char* getName() const override { return "CallbackContext<R(T::*)(A1), PointerType>"; }
 
     static R run(CallbackContextBase* base) {
-        const sp<CallbackContext> self(static_cast<CallbackContext*>(base));
+        auto* const self = static_cast<CallbackContext*>(base);
         return (self->mObject.get()->*self->mFunction)(self->mArgument);
     }
 
@@ -83,12 +85,27 @@ class Callback<R (*)()> {
         : mContext(new CallbackContext<R (T::*)(), UnsafeRawPtr<U>>(function, object)),
           mRun(&CallbackContext<R (T::*)(), UnsafeRawPtr<U>>::run) {}
 
+    template <typename T, typename U>
+    Callback(R (T::*function)(), const sp<U>& object)
+        : mContext(new CallbackContext<R (T::*)(), sp<U>>(function, object)),
+          mRun(&CallbackContext<R (T::*)(), sp<U>>::run) {}
+
     template <typename T, typename U, typename A1>
     Callback(R (T::*function)(A1), const UnsafeRawPtr<U>& object, const A1& argument)
         : mContext(new CallbackContext<R (T::*)(A1), UnsafeRawPtr<U>>(function, object, argument)),
           mRun(&CallbackContext<R (T::*)(A1), UnsafeRawPtr<U>>::run) {}
 
-    R operator()() const { return mRun(mContext.get()); }
+    // Holds the context during the call: the call may drop every other reference to it, and this
+    // callback as well.
+    R operator()() const { return Callback(*this).runOnce(); }
+
+    // The same for a callback that is not needed any more, and is empty afterwards.
+    R runOnce() {
+        const sp<CallbackContextBase> context(std::move(mContext));
+        R (*const run)(CallbackContextBase*) = mRun;
+        mRun = nullptr;
+        return run(context.get());
+    }
 
     explicit operator bool() const { return mRun != nullptr; }
 

@@ -47,4 +47,14 @@ TEST(Callback, KeepsItsArgumentUntilTheLastCopyHasRunAndGone) {
     EXPECT_EQ(parcel->getStrongCount(), 1);
 }
 
+TEST(Callback, RunsOnceAndIsEmptyAfterwards) {
+    Receiver receiver;
+    const sp<Parcel> parcel(new Parcel);
+    Callback<void (*)()> task(&Receiver::receive, UnsafeRawPtr<Receiver>(&receiver), parcel);
+    task.runOnce();
+    EXPECT_FALSE(task);
+    EXPECT_EQ(receiver.count, 3) << "the test's, the running context's and the call's";
+    EXPECT_EQ(parcel->getStrongCount(), 1);
+}
+
 }  // namespace

@@ -75,6 +75,7 @@ class sp {
     sp() = default;
     sp(T* object) : mPointer(object) { acquire(mPointer); }
     sp(const sp& other) : mPointer(other.mPointer) { acquire(mPointer); }
+    sp(sp&& other) noexcept : mPointer(other.mPointer) { other.mPointer = nullptr; }
     template <typename U>
     sp(const sp<U>& other) : mPointer(other.get()) {
         acquire(mPointer);
@@ -90,6 +91,14 @@ class sp {
         return *this;
     }
     sp& operator=(const sp& other) { return *this = other.mPointer; }
+    sp& operator=(sp&& other) noexcept {
+        T* const object = other.mPointer;
+        other.mPointer = nullptr;
+        T* const old = mPointer;
+        mPointer = object;
+        release(old);
+        return *this;
+    }
 
     void reset() { *this = static_cast<T*>(nullptr); }
 

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -42,6 +43,23 @@ TEST(RefBase, IsTakenBeforeItIsGivenUp) {
     EXPECT_EQ(story, "first last destroyed");
     EXPECT_EQ(nextStory, "first ");
     EXPECT_EQ(pointer->getStrongCount(), 1);
+}
+
+TEST(RefBase, AMovedPointerLeavesNullAndCountsNothing) {
+    std::string story;
+    std::string nextStory;
+    sp<Told> pointer(new Told(story));
+    sp<Told> moved(std::move(pointer));
+    EXPECT_EQ(pointer.get(), nullptr);
+    EXPECT_EQ(moved->getStrongCount(), 1);
+    moved->next = new Told(nextStory);
+    moved = std::move(moved->next);  // what it moves from goes with its only owner
+    EXPECT_EQ(story, "first last destroyed");
+    EXPECT_EQ(nextStory, "first ");
+    EXPECT_EQ(moved->getStrongCount(), 1);
+    sp<Told>& same = moved;
+    moved = std::move(same);
+    EXPECT_EQ(nextStory, "first ");
 }
 
 // Whoever deletes the object must see what the other wrote before it let go.

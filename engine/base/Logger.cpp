@@ -10,10 +10,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <new>
+
+#include "base/LogThreshold.h"
 
 namespace {
 
-constexpr char LEVEL_VARIABLE[] = "DYNAMIC_LOGLEVEL_ENV";
 constexpr char LEVEL_PROPERTY[] = "persist.sys.vexa.loglevel";
 constexpr char LOGS_PROPERTY[] = "persist.enable.vexalogs";
 constexpr char MODULE[] = "vexadaemon";
@@ -36,14 +38,13 @@ bool isLevel(int level) {
     return level >= 1 && level <= 8;
 }
 
-void exportLevel(int level) {
-    setenv(LEVEL_VARIABLE, std::to_string(level).c_str(), 1);
-}
-
 }  // namespace
 
 Logger* Logger::getInstance() {
-    static Logger* const instance = new Logger;
+    // Every thread reads it for every line: in a cache line where nothing else is written.
+    alignas(64) static char room[64];
+    static_assert(sizeof(Logger) <= sizeof(room), "");
+    static Logger* const instance = new (room) Logger;
     return instance;
 }
 
@@ -54,19 +55,29 @@ Logger::Logger() : mLevel(LEVEL_DEBUG), mDefaultLevel(DEFAULT_LEVEL) {
                         errno);
     if (errno < 0 || !isLevel(level)) level = DEFAULT_LEVEL;
     mDefaultLevel = level;
-    exportLevel(level);
+    log_threshold::writeFirst(level);
 }
 
 bool Logger::admits(unsigned char level) {
-    const char* const variable = getenv(LEVEL_VARIABLE);
-    const int threshold = variable == nullptr ? 0 : atoi(variable);
+    const int threshold = log_threshold::read();
     if (isLevel(threshold)) {
-        mLevel.store(static_cast<uint8_t>(threshold), std::memory_order_relaxed);
+        setLevel(static_cast<uint8_t>(threshold));
         if (level == 0 || level < threshold) return false;
     }
     // A level without a name of its own is printed under what mLevel holds.
-    if (isLevel(level)) mLevel.store(level, std::memory_order_relaxed);
+    if (isLevel(level)) setLevel(level);
     return true;
+}
+
+Logger* Logger::ifAdmits(unsigned char level) {
+    Logger* const logger = getInstance();
+    return logger->admits(level) ? logger : nullptr;
+}
+
+// Threads that drop line after line only read the level, and so do not wait for each other.
+void Logger::setLevel(uint8_t level) {
+    if (mLevel.load(std::memory_order_relaxed) == level) return;
+    mLevel.store(level, std::memory_order_relaxed);
 }
 
 void Logger::printLog(unsigned char level, std::string tag, std::string module,
@@ -108,11 +119,11 @@ void Logger::setName(const char* tag) {
 int Logger::updateDefaultLevel(int level) {
     if (!isLevel(level)) return -1;
     mDefaultLevel = level;
-    mLevel.store(static_cast<uint8_t>(level), std::memory_order_relaxed);
-    exportLevel(level);
+    setLevel(static_cast<uint8_t>(level));
+    log_threshold::write(level);
     // The message names the variable otherwise than it is called; readers of logs know it so.
     KS_LOG(LEVEL_DEBUG, MODULE, MODULE, "updateDefaultLevel: set DYNAMIC_LOG_ENV as:%s",
-           getenv(LEVEL_VARIABLE));
+           log_threshold::text());
     return mDefaultLevel;
 }
 
@@ -132,6 +143,7 @@ std::string Logger::getTimeString() {
     timeval now{};
     gettimeofday(&now, nullptr);
     tm local{};
+    tzset();  // a changed zone counts, as it does for localtime()
     localtime_r(&now.tv_sec, &local);
     char text[64] = {};
     strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local);

@@ -31,6 +31,9 @@ class Logger {
     // in mLevel the level under which it would be printed (the threshold, when it is dropped).
     bool admits(unsigned char level);
 
+    // The instance if it admits the level now, else null: the guard in one call.
+    static Logger* ifAdmits(unsigned char level);
+
     // Prints a line if its level is admitted. `tag` names the component, `module` is the tag of the
     // platform's log; `file` and `line` are not printed. A message is cut at 511 characters.
     void printLog(unsigned char level, std::string tag, std::string module, const char* file,
@@ -67,6 +70,7 @@ class Logger {
     void vprint(unsigned char level, const char* tag, const char* module, const char* fmt,
                 va_list args) __attribute__((format(printf, 5, 0)));
     void setName(const char* tag);
+    void setLevel(uint8_t level);
 
     // The tag of the line printed last, cut to fit. Only a debugger reads it and may find a mixture
     // of two: bytes that each thread stores as it likes cost a line neither a lock nor memory.
@@ -77,8 +81,7 @@ class Logger {
 
 #define KS_LOG(level, tag, module, ...)                                     \
     do {                                                                    \
-        Logger* const ksLogger = Logger::getInstance();                     \
-        if (ksLogger->admits(level)) {                                      \
+        if (Logger* const ksLogger = Logger::ifAdmits(level)) {             \
             ksLogger->printAdmitted((level), (tag), (module), __VA_ARGS__); \
         }                                                                   \
     } while (false)

@@ -9,7 +9,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <new>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -168,6 +170,69 @@ TEST(LoggerDeathTest, TakesItsFirstThresholdFromAProperty) {
     }
 }
 
+std::vector<std::string> otherVariables() {
+    std::vector<std::string> variables;
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        if (strncmp(*entry, LEVEL_VARIABLE, strlen(LEVEL_VARIABLE)) != 0) {
+            variables.push_back(*entry);
+        }
+    }
+    return variables;
+}
+
+TEST(LoggerDeathTest, LeavesTheOtherVariablesAsTheyAre) {
+    testing::FLAGS_gtest_death_test_style = "fast";
+    EXPECT_EXIT(
+        {
+            setenv("BEHIND", LEVEL_VARIABLE, 1);
+            const std::vector<std::string> before = otherVariables();
+            Logger::getInstance();
+            _exit(otherVariables() == before ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+// getenv() is what it must agree with, after every change that the C library offers. Each change is
+// made by another thread.
+TEST(Logger, ReadsItsThresholdWhereverTheVariableStands) {
+    const LogCapture log(8);
+    const std::vector<std::string> before = otherVariables();
+    std::string placed[] = {"DYNAMIC_LOGLEVEL_ENV=2", "DYNAMIC_LOGLEVEL_ENV=7"};
+    std::mt19937 random(1);
+    const auto change = [&] {
+        const std::string other = "V" + std::to_string(random() % 20);
+        std::string& own = placed[random() % 2];
+        const unsigned kind = random() % 40;
+        if (kind == 0) clearenv();
+        if (kind >= 1 && kind < 5) unsetenv(LEVEL_VARIABLE);
+        if (kind >= 5 && kind < 10) putenv(own.data());
+        if (kind >= 10 && kind < 15) own.back() = static_cast<char>('0' + random() % 10);
+        if (kind >= 15 && kind < 20) {
+            setenv(LEVEL_VARIABLE, std::to_string(random() % 10).c_str(), 1);
+        }
+        if (kind >= 20 && kind < 30) unsetenv(other.c_str());
+        if (kind >= 30) setenv(other.c_str(), "x", 1);
+    };
+    for (int i = 0; i < 5000; ++i) {
+        std::thread(change).join();
+        const char* const text = getenv(LEVEL_VARIABLE);
+        const int threshold = text == nullptr ? 0 : atoi(text);
+        const bool printed = threshold < 1 || threshold > 8 || threshold <= LEVEL_WARNING;
+        ASSERT_EQ(logger().admits(LEVEL_WARNING), printed) << i << ", threshold " << threshold;
+    }
+    putenv(placed[0].data());
+    placed[0].back() = '8';
+    EXPECT_FALSE(logger().admits(LEVEL_WARNING));
+    placed[0].front() = 'E';
+    EXPECT_TRUE(logger().admits(LEVEL_WARNING)) << "it has another name now";
+
+    clearenv();
+    for (const std::string& variable : before) {
+        const size_t sign = variable.find('=');
+        setenv(variable.substr(0, sign).c_str(), variable.c_str() + sign + 1, 1);
+    }
+}
+
 TEST(Logger, ReadsTheFirstCharacterOfAProperty) {
     setProperties("seven=7\nnone=0\n");
     EXPECT_EQ(logger().getAndroidProp("seven"), 7);
@@ -183,6 +248,9 @@ TEST(Logger, TellsTheTimeWithUnpaddedMilliseconds) {
     tzset();
     gStoppedClock = {1709280309, 7999};
     EXPECT_EQ(logger().getTimeString(), "2024-03-01 08:05:09.7");
+    setenv("TZ", "EST5", 1);
+    EXPECT_EQ(logger().getTimeString(), "2024-03-01 03:05:09.7") << "in a zone that has changed";
+    setenv("TZ", "UTC", 1);
 }
 
 TEST(Logger, PrintsALineUnderItsOwnLevelWhateverIsLoggedMeanwhile) {

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+
+// The threshold of the logger, which is the environment variable "DYNAMIC_LOGLEVEL_ENV". Any thread
+// may call, as far as any thread may call getenv() and setenv().
+//
+// The variable is looked at for every line, and getenv() would compare every name in front of it.
+// So the place where it was found is remembered, but nothing of its text.
+namespace log_threshold {
+
+// Reads what another thread may be changing with setenv() and its like; getenv() does no less, but
+// no sanitizer sees it.
+#define KS_AS_GETENV __attribute__((no_sanitize("address", "thread")))
+
+constexpr char NAME_AND_SIGN[] = "DYNAMIC_LOGLEVEL_ENV=";
+constexpr size_t VALUE = sizeof(NAME_AND_SIGN) - 1;  // its offset in an entry
+
+// Where the variable was found last: the position of its entry, and the entry.
+extern std::atomic<size_t> gPosition;
+extern std::atomic<const char*> gEntry;
+
+// Looks for the variable in the whole environment. Returns its value, or null.
+const char* search(char* const* entries);
+
+// The variable's value, or null.
+KS_AS_GETENV inline const char* text() {
+    char* const* const entries = __atomic_load_n(&environ, __ATOMIC_RELAXED);
+    if (entries == nullptr) return nullptr;
+    // The array may have been cut short, with old entries left behind its end.
+    const size_t position = gPosition.load(std::memory_order_relaxed);
+    for (size_t i = 0; i < position; ++i) {
+        if (entries[i] == nullptr) return search(entries);
+    }
+    // The name is compared at once: an entry that has held it before is long enough.
+    const char* const entry = entries[position];
+    const bool found = entry != nullptr && entry == gEntry.load(std::memory_order_relaxed) &&
+                       memcmp(entry, NAME_AND_SIGN, VALUE) == 0;
+    return found ? entry + VALUE : search(entries);
+}
+
+// The value as a number, 0 when the variable is unset.
+KS_AS_GETENV inline int read() {
+    const char* const value = text();
+    if (value == nullptr) return 0;
+    const bool oneDigit = value[0] >= '0' && value[0] <= '9' && value[1] == '\0';
+    return oneDigit ? value[0] - '0' : atoi(value);
+}
+
+// Sets the variable.
+void write(int level);
+
+// Sets the variable and has it stand first in the environment, where it is found soonest. The C
+// library leaves it there until it is unset. Only for the logger's start: what another thread
+// changes in the environment at the same moment may be lost.
+void writeFirst(int level);
+
+}  // namespace log_threshold

@@ -52,6 +52,11 @@ else()
     add_link_options(-Wl,--no-undefined)  # a sanitizer's run-time lies in the program
 endif()
 
+# The order in which locks nest is checked where nobody counts the nanoseconds.
+if(KSBRAIN_SANITIZE OR CMAKE_BUILD_TYPE STREQUAL "Debug")
+    add_compile_definitions(KSBRAIN_LOCK_ORDER)
+endif()
+
 set(KSBRAIN_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wthread-safety -Werror)
 
 # ksbrain_library(NAME SOURCES...): a static library of the engine's, without exceptions and run-time

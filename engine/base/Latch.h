@@ -26,6 +26,6 @@ class Latch {
 
     int32_t mCount GUARDED_BY(mMutex);
     int32_t mWaiters GUARDED_BY(mMutex) = 0;
-    Mutex mMutex;
+    Mutex mMutex{LockRank::LATCH};
     Condition mCondition;
 };

@@ -2,17 +2,27 @@
 
 #include <pthread.h>
 
+#include "base/LockOrder.h"
 #include "base/ThreadAnnotations.h"
 
 // A POSIX mutex with default attributes: not recursive, no error checking. An unexpected failure of
 // the platform's call is logged and ends the process.
-class CAPABILITY("mutex") Mutex {
+class CAPABILITY("mutex") Mutex : private LockPlace {
   public:
-    Mutex() = default;
+    // The rank says under which other locks this one may be taken (LockOrder.h).
+    explicit Mutex(LockRank rank = LockRank::NONE) : LockPlace(rank) {}
     ~Mutex();
 
-    void lock() ACQUIRE();
-    void unlock() RELEASE();
+    void lock() ACQUIRE() {
+        check();
+        if (pthread_mutex_trylock(&mMutex) != 0) lockHeld();
+        noteTaken();
+    }
+
+    void unlock() RELEASE() {
+        noteReleased();
+        if (pthread_mutex_unlock(&mMutex) != 0) fail("pthread_mutex_unlock error");
+    }
 
     // False when the mutex is held elsewhere.
     bool tryLock() TRY_ACQUIRE(true);
@@ -22,6 +32,10 @@ class CAPABILITY("mutex") Mutex {
 
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
+
+    void lockHeld();
+
+    [[noreturn]] static void fail(const char* message);
 
     pthread_mutex_t mMutex = PTHREAD_MUTEX_INITIALIZER;
 };

@@ -28,6 +28,25 @@ TEST(MutexDeathTest, EveryRefusedCallIsFatal) NO_THREAD_SAFETY_ANALYSIS {
     EXPECT_DEATH(destroyedMutex().unlock(), "ERROR  pthread_mutex_unlock error");
 }
 
+#if defined(KSBRAIN_LOCK_ORDER)
+TEST(MutexDeathTest, ALockTakenAgainstTheOrderIsFatal) NO_THREAD_SAFETY_ANALYSIS {
+    Mutex outer(LockRank::MODEL);
+    Mutex inner(LockRank::ADAPTER);
+    Mutex other(LockRank::ADAPTER);
+    Mutex unranked;
+    inner.lock();
+    EXPECT_DEATH(outer.lock(), "ERROR  a lock of rank 4 is taken under one of rank 5");
+    EXPECT_DEATH(other.lock(), "ERROR  a lock of rank 5 is taken under one of rank 5");
+    unranked.lock();
+    EXPECT_TRUE(outer.tryLock()) << "which waits for nobody";
+    outer.unlock();
+    inner.unlock();
+    outer.lock();
+    inner.lock();
+    for (Mutex* const mutex : {&outer, &inner, &unranked}) mutex->unlock();
+}
+#endif
+
 TEST(MutexThreads, TryLockFailsWhileAnotherHoldsIt) {
     Mutex mutex;
     if (!mutex.tryLock()) FAIL();

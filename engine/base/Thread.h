@@ -37,7 +37,7 @@ class Thread : public SimpleThread {
     bool isRunningLocked() const REQUIRES(mMutex) { return mState == RUNNING || mState == ENDING; }
 
     State mState GUARDED_BY(mMutex) = NOT_STARTED;
-    mutable Mutex mMutex;
+    mutable Mutex mMutex{LockRank::THREAD};
     Condition mCondition;
     bool mJoinWaiting GUARDED_BY(mMutex) = false;
     bool mCreated GUARDED_BY(mMutex) = false;

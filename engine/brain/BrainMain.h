@@ -36,5 +36,5 @@ class BrainMain : public Handler {
   private:
     Handler* mRespHandler = nullptr;  // not owned; nothing sets it yet
     std::vector<sp<BrainDataListener>> mListeners GUARDED_BY(mListenerLock);
-    Mutex mListenerLock;
+    Mutex mListenerLock{LockRank::LISTENERS};
 };

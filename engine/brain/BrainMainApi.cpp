@@ -16,13 +16,13 @@ constexpr char WORKER_NAME[] = "vexa-ks";
 
 // The state of the process's one engine. It is never destroyed, since a host's thread may still
 // call in while the process ends; an engine that runs then is stopped by StopAtExit.
-Mutex& gApiLock = *new Mutex;
+Mutex& gApiLock = *new Mutex(LockRank::API);
 sp<LooperThread>& gLoop GUARDED_BY(gApiLock) = *new sp<LooperThread>;
 sp<BrainMain>& gBrain GUARDED_BY(gApiLock) = *new sp<BrainMain>;
 
 // Guards the model for predictions, which do not take the API lock: a prediction need not wait for
 // a start or a stop in progress, but a stop waits for the prediction. Taken after the API lock.
-Mutex& gModelLock = *new Mutex;
+Mutex& gModelLock = *new Mutex(LockRank::PREDICTION);
 sp<AppPreloadModel>& gModel GUARDED_BY(gModelLock) = *new sp<AppPreloadModel>;
 
 // A stop leaves this set, so that predictions asked for afterwards still leave their line in the

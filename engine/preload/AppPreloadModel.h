@@ -77,7 +77,7 @@ class AppPreloadModel : public BrainDataListener {
     SystemData mSystemData GUARDED_BY(mLock);
     int32_t mCharging GUARDED_BY(mLock) = 0;
     int32_t mStatus = STATUS_WORKING;  // set by the constructor alone
-    Mutex mLock;
+    Mutex mLock{LockRank::MODEL};
     std::vector<std::string> mPackageList GUARDED_BY(mLock);
     BayesAdapter mBayesAdapter;
     ZmlAdapter mZmlAdapter;

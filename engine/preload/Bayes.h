@@ -138,5 +138,5 @@ class Bayes {
 
     const std::string mModelPath;
     bool mTrained GUARDED_BY(mLock) = false;
-    Mutex mLock;
+    Mutex mLock{LockRank::BAYES};
 };

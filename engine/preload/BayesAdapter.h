@@ -87,7 +87,7 @@ class BayesAdapter {
     int32_t mAppCount GUARDED_BY(mLock) = 0;  // the index of the next new package
     std::unique_ptr<Bayes> mBayes GUARDED_BY(mLock);
     int32_t mStatus GUARDED_BY(mLock) = STATUS_UNTRAINED;
-    Mutex mLock;
+    Mutex mLock{LockRank::ADAPTER};
 
     // mAppMap turned round, by index; made when it is asked for, emptied when the table changes.
     std::vector<const std::string*> mPackages GUARDED_BY(mLock);

@@ -100,6 +100,6 @@ class ZmlAdapter {
     std::vector<std::string> mHistoryApps GUARDED_BY(mLock);  // oldest first
     ZmlSession* mSession GUARDED_BY(mLock) = nullptr;         // the manager's
     std::atomic<int32_t> mState{STATE_NONE};                  // changed under mLock
-    Mutex mLock;
+    Mutex mLock{LockRank::ADAPTER};
     std::atomic<int> mTrainingsReady{0};
 };

@@ -47,7 +47,7 @@ class SessionState {
     const std::shared_ptr<TrainingThread> mTraining;
     std::atomic<bool> mFileReported{false};
 
-    Mutex mLock;
+    Mutex mLock{LockRank::SESSION};
     std::unique_ptr<Learner> mLoaded GUARDED_BY(mLock);
     std::shared_ptr<TrainingJob> mFresh GUARDED_BY(mLock);
 };

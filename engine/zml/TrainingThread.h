@@ -61,7 +61,7 @@ class TrainingThread : public std::enable_shared_from_this<TrainingThread> {
 
     const NetworkFile mFile;
 
-    Mutex mLock;
+    Mutex mLock{LockRank::TRAINING};
     Condition mEnded;
     std::shared_ptr<TrainingJob> mNext GUARDED_BY(mLock);
     std::shared_ptr<TrainingJob> mCurrent GUARDED_BY(mLock);  // until its callback begins

@@ -17,7 +17,7 @@ struct Entry {
 };
 
 struct Register {
-    Mutex lock;
+    Mutex lock{LockRank::SESSIONS};
     std::vector<Entry> entries GUARDED_BY(lock);
 };
 

@@ -10,6 +10,7 @@
 #include <future>
 #include <thread>
 
+#include "looper/test/FailingEpoll.h"
 #include "platform/testing/LogCapture.h"
 #include "platform/testing/TempDir.h"
 #include "platform/workstation/SettableEnvironment.h"
@@ -117,6 +118,18 @@ TEST_F(BrainMainApiTest, ASecondStartChangesNothing) {
     // The worker may still be logging its first turn.
     EXPECT_THAT(log.texts(), Not(Contains(HasSubstr("brain_main_init"))));
     EXPECT_EQ(workers(), 1);
+}
+
+TEST_F(BrainMainApiTest, AStartWhoseWorkerCouldNotBeWokenFailsAndTheNextSucceeds) {
+    const LogCapture log(5);
+    {
+        const FailingEpoll failing;
+        EXPECT_EQ(brain_main_init(nullptr), -1);
+    }
+    EXPECT_TRUE(log.contains("ERROR  brainMain thread start error!!!"));
+    EXPECT_TRUE(workersHaveLeft());
+    EXPECT_EQ(brain_main_init(nullptr), 0);
+    open("com.mail");
 }
 
 TEST_F(BrainMainApiTest, LearnsAndRemembersAcrossARestart) {

@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <list>
+#include <optional>
 
 #include "base/Callback.h"
 #include "base/RefBase.h"
@@ -21,17 +23,18 @@ class DelayedTaskContext : public RefBase {
     // queue: returns -1, since a delayed task runs once.
     int taskProcessor();
 
-    // The same for a timer, whose callback would else not own the context that it runs.
-    int runOwned(sp<DelayedTaskContext> /*self*/) { return taskProcessor(); }
-
     // The id of the timer, -1 until it has one. It is set before another thread knows this object.
     void setTimerId(int32_t id) { mTimerId = id; }
     int32_t getTimerId() const { return mTimerId; }
 
     bool isRunning() const { return mState == RUNNING; }
 
-    // Gives the task up if it is still waiting: false when it runs or has been given up before.
+    // Gives the task up if it is still waiting: false when its timer has fired or it has been given
+    // up before.
     bool release() { return advance(WAITING, RELEASED); }
+
+    // Its place in the looper's list while it stands there. Guarded by the looper's lock.
+    std::optional<std::list<sp<DelayedTaskContext>>::iterator> place;
 
   private:
     enum State : uint8_t { WAITING, RUNNING, RELEASED };

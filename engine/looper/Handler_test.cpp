@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "looper/LooperThread.h"
 #include "looper/test/LooperTesting.h"
 
 namespace {
@@ -58,6 +59,24 @@ TEST_F(HandlerTest, ReceivesAMessageAsOftenAsItWasSent) {
     looper.processEvents(0, looper.getTimer());
     EXPECT_EQ(handler->story, "3 1 2 1 ") << "timers come first";
     EXPECT_EQ(message->getStrongCount(), 1);
+}
+
+// What the looper drops with itself still sends to it.
+TEST(HandlerThreads, AMessageMayBeSentWhileAnotherIsDropped) {
+    const sp<LooperThread> worker(new LooperThread);
+    worker->start("worker", 0, 0);
+    const sp<StoryHandler> handler(new StoryHandler(worker->getLooper()));
+    bool dropped = false;
+    sp<RefBase> held(new AtRelease([&] {
+        handler->obtainMessage(2, nullptr)->sendToTarget();
+        handler->sendDelayedMessage(handler->obtainMessage(3, nullptr), 0);
+        dropped = true;
+    }));
+    handler->sendDelayedMessage(handler->obtainMessage(held, 1), 60000);
+    held.reset();
+    worker->requestExitAndWait();
+    EXPECT_TRUE(dropped);
+    EXPECT_EQ(handler->story, "");
 }
 
 // The exit line is written only when something was posted.

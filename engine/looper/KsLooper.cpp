@@ -4,6 +4,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -65,8 +66,8 @@ void checkWritten(ssize_t rv, int error) {
 
 }  // namespace
 
-Mutex& KsLooper::sHandlerLock = *new Mutex;
-Mutex& KsLooper::sApprovedFdLock = *new Mutex;
+Mutex& KsLooper::sHandlerLock = *new Mutex(LockRank::HANDLERS);
+Mutex& KsLooper::sApprovedFdLock = *new Mutex(LockRank::APPROVED_DESCRIPTORS);
 std::set<int>& KsLooper::mApprovedFd = *new std::set<int>;
 
 KsLooper::KsLooper(sp<KsTimer> timer)
@@ -110,7 +111,7 @@ bool KsLooper::addHandler(int fd, const HandlerObject& handler, unsigned int eve
     {
         MutexLock lock(sHandlerLock);
         const auto found = mHandlers.find(fd);
-        known = found != mHandlers.end() && !found->second.closed;
+        known = found != mHandlers.end() && found->second.termination != Termination::SERVED;
         if (!known) {
             if (epoll_ctl(mEpollFd, EPOLL_CTL_ADD, fd, &event) == -1) {
                 error = errno;
@@ -140,7 +141,6 @@ void KsLooper::removeEventHandler(int fd) {
     const TraceScope trace(TAG, "removeEventHandler");
     HandlerObject handler;
     bool known = false;
-    bool unclosed = false;
     {
         MutexLock lock(sHandlerLock);
         const auto found = mHandlers.find(fd);
@@ -148,7 +148,7 @@ void KsLooper::removeEventHandler(int fd) {
         if (known) {
             handler = found->second;
             mHandlers.erase(found);
-            unclosed = forgetDescriptorLocked(fd, handler);
+            forgetDescriptorLocked(fd, handler);
         }
     }
     if (!known) {
@@ -163,20 +163,23 @@ void KsLooper::removeEventHandler(int fd) {
         FRAMEWORK_LOG(LEVEL_WARNING, TAG, "fd %d closeCallback is NULL", fd);
     }
     FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "removeEventHandler: remove fd %d from mHandlers list", fd);
-    if (unclosed) close(fd);
+    if (handler.termination == Termination::PENDING) close(fd);
 }
 
-// True for a terminate descriptor that is now the caller's to close.
-bool KsLooper::forgetDescriptorLocked(int fd, const HandlerObject& handler) {
-    if (handler.closed) return false;
+void KsLooper::forgetDescriptorLocked(int fd, const HandlerObject& handler) {
+    if (handler.termination == Termination::SERVED) return;
     epoll_ctl(mEpollFd, EPOLL_CTL_DEL, fd, nullptr);
     removeApprovedFd(fd);
-    return mTerminateFds.erase(fd) != 0;
 }
 
 size_t KsLooper::getHandlerSize() const {
     MutexLock lock(sHandlerLock);
     return mHandlers.size();
+}
+
+bool KsLooper::canBeWoken() const {
+    MutexLock lock(sHandlerLock);
+    return mHandlers.count(mEventFd) != 0;
 }
 
 bool KsLooper::findHandler(int fd, HandlerObject& handler) const {
@@ -204,8 +207,16 @@ bool KsLooper::isApprovedFd(int fd) {
 
 void KsLooper::wake() {
     const TraceScope trace(TAG, "wake");
+    if (mWake == Wake::PENDING) return;
+    if (mWake.exchange(Wake::PENDING) == Wake::NEEDED) writeWake();
+}
+
+void KsLooper::writeWake() {
     const ssize_t rv = makeReadable(mEventFd);
-    checkWritten(rv, errno);
+    if (rv == sizeof(uint64_t)) return;
+    const int error = errno;
+    mWake = Wake::NEEDED;
+    checkWritten(rv, error);
 }
 
 void KsLooper::run() {
@@ -232,7 +243,13 @@ void KsLooper::processEvents(int timeoutMs, sp<KsTimer> timer) {
                       static_cast<int>(event.events), event.data.fd);
         handleEvent(event.data.fd, event.events);
     }
+    // The wake descriptor has been read. Wakes until here are served by what follows; later ones,
+    // instead of each writing anew, leave it to the end of this turn.
+    mWake.exchange(Wake::AWAKE);
     processTasks();
+    Wake wake = Wake::AWAKE;
+    mWake.compare_exchange_strong(wake, Wake::NEEDED);
+    if (wake == Wake::PENDING) writeWake();
 }
 
 void KsLooper::handleEvent(int fd, unsigned int events) {
@@ -240,17 +257,17 @@ void KsLooper::handleEvent(int fd, unsigned int events) {
     const bool known = findHandler(fd, handler);
     if ((events & EPOLLHUP) != 0) {
         FRAMEWORK_LOG(LEVEL_INFO, TAG, "fd %d send EPOLLHUP event", fd);
-        rejectDescriptor(fd);
+        rejectDescriptor(fd, handler);
     } else if ((events & (EPOLLIN | EPOLLPRI | EPOLLERR)) == 0) {
         FRAMEWORK_LOG(LEVEL_WARNING, TAG, "unhandled events: [flags %d] %s",
                       static_cast<int>(events), checkUnHandledEvents(events).c_str());
     } else if (!isApprovedFd(fd)) {
         FRAMEWORK_LOG(LEVEL_ERROR, TAG, "fd %d is not the approved fd, we can't take handle of it",
                       fd);
-        rejectDescriptor(fd);
+        rejectDescriptor(fd, handler);
     } else if (!known) {
         FRAMEWORK_LOG(LEVEL_ERROR, TAG, "fd %d is not registed", fd);
-        rejectDescriptor(fd);
+        rejectDescriptor(fd, handler);
     } else {
         runHandler(fd, handler);
     }
@@ -265,14 +282,9 @@ std::string KsLooper::checkUnHandledEvents(unsigned int events) {
 }
 
 // Also closes a descriptor that is registered no longer, or whose close action has closed it.
-void KsLooper::rejectDescriptor(int fd) {
-    bool ours = false;
-    {
-        MutexLock lock(sHandlerLock);
-        ours = mTerminateFds.count(fd) != 0;
-    }
+void KsLooper::rejectDescriptor(int fd, const HandlerObject& handler) {
     removeEventHandler(fd);
-    if (!ours) close(fd);
+    if (handler.termination != Termination::PENDING) close(fd);
 }
 
 void KsLooper::runHandler(int fd, const HandlerObject& handler) {
@@ -294,9 +306,10 @@ void KsLooper::runHandler(int fd, const HandlerObject& handler) {
     clearRead(fd, nullptr);
 }
 
-// The loop does not end before it has closed the terminate descriptor, and the descriptor becomes
-// readable and pending in one step. So it belongs to this function until then, and from then on to
-// exitTaskHandler() or whatever else removes it.
+// The loop goes on while a termination is pending: its last turn begins after the flag has been
+// set, and so no task is lost that was posted before. The descriptor becomes readable and pending
+// in one step; it belongs to this function until then, and from then on to whoever serves or
+// removes it.
 bool KsLooper::addTerminatedHandler() {
     const TraceScope trace(TAG, "addTerminatedHandler");
     const int fd = eventfd(0, EFD_NONBLOCK);
@@ -307,11 +320,12 @@ bool KsLooper::addTerminatedHandler() {
     {
         MutexLock lock(sHandlerLock);
         mTerminated = true;
-        if (registered && mHandlers.count(fd) != 0) {
+        const auto found = mHandlers.find(fd);
+        if (registered && found != mHandlers.end()) {
             rv = makeReadable(fd);
             error = errno;
             pending = rv == sizeof(uint64_t);
-            if (pending) mTerminateFds.insert(fd);
+            if (pending) found->second.termination = Termination::PENDING;
         }
     }
     if (pending) return true;
@@ -328,16 +342,9 @@ bool KsLooper::addTerminatedHandler() {
 
 bool KsLooper::isTerminationPending() const {
     MutexLock lock(sHandlerLock);
-    return !mTerminateFds.empty();
-}
-
-// Its handler stays registered until the loop has ended.
-void KsLooper::finishTermination(int fd) {
-    MutexLock lock(sHandlerLock);
-    const auto found = mHandlers.find(fd);
-    if (mTerminateFds.count(fd) == 0 || found == mHandlers.end()) return;
-    forgetDescriptorLocked(fd, found->second);
-    found->second.closed = true;
+    return std::any_of(mHandlers.begin(), mHandlers.end(), [](const auto& entry) {
+        return entry.second.termination == Termination::PENDING;
+    });
 }
 
 void KsLooper::clearEvents() {
@@ -359,7 +366,8 @@ void KsLooper::clearEvents() {
     MutexLock lock(sHandlerLock);
     late.swap(mHandlers);
     for (const auto& handler : late) {
-        if (forgetDescriptorLocked(handler.first, handler.second)) close(handler.first);
+        forgetDescriptorLocked(handler.first, handler.second);
+        if (handler.second.termination == Termination::PENDING) close(handler.first);
     }
 }
 
@@ -371,7 +379,15 @@ void KsLooper::clearRead(int fd, void* /*data*/) {
 void KsLooper::exitTaskHandler(int fd, void* data) {
     const TraceScope trace(TAG, "exitTaskHandler");
     drain(fd);
-    if (data != nullptr) static_cast<KsLooper*>(data)->finishTermination(fd);
+    if (data != nullptr) {
+        auto* const looper = static_cast<KsLooper*>(data);
+        MutexLock lock(sHandlerLock);
+        const auto found = looper->mHandlers.find(fd);
+        if (found != looper->mHandlers.end() && found->second.termination == Termination::PENDING) {
+            looper->forgetDescriptorLocked(fd, found->second);
+            found->second.termination = Termination::SERVED;  // registered until the loop has ended
+        }
+    }
     close(fd);
 }
 
@@ -380,7 +396,7 @@ void KsLooper::drain(int fd) {
     ssize_t length = 0;
     do {
         length = read(fd, buffer, sizeof(buffer));
-    } while (length > 0);
+    } while (length == sizeof(buffer));  // less, as from an eventfd, was all there is
     const int error = errno;
     if (length == -1 && error != EAGAIN) {
         FRAMEWORK_LOG(LEVEL_WARNING, TAG, "Error while clearing the read buffer on fd %d", fd);

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <atomic>
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -47,11 +48,12 @@ class KsLooper : public RefBase {
     virtual void removeEventHandler(int fd);
     virtual bool addEventHandler(int fd, sp<SocketTask> task, unsigned int events);
 
-    // Ends the loop, for good: the turn in progress is completed; a loop that has not begun will
-    // take one turn. False when the loop had to be ended without the turn.
+    // Ends the loop, for good, with the turn that begins next at the latest: what was posted before
+    // is still seen. False when the loop had to be ended without that turn.
     virtual bool addTerminatedHandler();
 
-    // Makes the loop take a turn.
+    // Makes the loop take a turn, one for all wakes that come before it looks for tasks. What it is
+    // to find there has been stored under a lock that it takes, or sequentially consistently.
     virtual void wake();
 
     // Runs the loop on the calling thread until it is terminated, then removes every handler.
@@ -74,6 +76,10 @@ class KsLooper : public RefBase {
     // Removes every handler.
     void clearEvents();
 
+    // False when epoll refused the descriptor through which the loop is woken: it could only be
+    // told by timers.
+    bool canBeWoken() const;
+
     sp<KsTimer> getTimer() const { return mTimer; }
 
     // The names of the flags set in `events`, each followed by a blank.
@@ -89,25 +95,30 @@ class KsLooper : public RefBase {
     static void exitTaskHandler(int fd, void* data);
 
   private:
+    // What a descriptor has to do with the end of the loop.
+    enum class Termination : uint8_t {
+        NONE,
+        PENDING,  // it is readable, to end the loop; whoever removes it closes it
+        SERVED,   // exitTaskHandler() has closed it; its number may be somebody else's by now
+    };
+
     struct HandlerObject {
         EventCallback callback = nullptr;
         EventCallback closeCallback = nullptr;
         void* data = nullptr;
         bool isSocketTask = false;
         sp<SocketTask> task;
-
-        // A descriptor that exitTaskHandler() has closed. Its number may be somebody else's by now.
-        bool closed = false;
+        Termination termination = Termination::NONE;
     };
     using HandlerMap = std::map<int, HandlerObject>;
 
     bool addHandler(int fd, const HandlerObject& handler, unsigned int events);
     bool findHandler(int fd, HandlerObject& handler) const;
-    bool forgetDescriptorLocked(int fd, const HandlerObject& handler) REQUIRES(sHandlerLock);
+    void forgetDescriptorLocked(int fd, const HandlerObject& handler) REQUIRES(sHandlerLock);
     bool isTerminationPending() const;
-    void finishTermination(int fd);
+    void writeWake();
     void handleEvent(int fd, unsigned int events);
-    void rejectDescriptor(int fd);
+    void rejectDescriptor(int fd, const HandlerObject& handler);
     void runHandler(int fd, const HandlerObject& handler);
 
     static void drain(int fd);
@@ -124,6 +135,11 @@ class KsLooper : public RefBase {
     std::atomic<bool> mTerminated{false};
     HandlerMap mHandlers GUARDED_BY(sHandlerLock);
 
-    // Terminate descriptors that are readable and that exitTaskHandler() has still to close.
-    std::set<int> mTerminateFds GUARDED_BY(sHandlerLock);
+    // What a wake finds.
+    enum class Wake : uint8_t {
+        NEEDED,   // the loop sleeps, or may fall asleep: the wake descriptor has to be written
+        PENDING,  // it has been, or will be at the end of the turn
+        AWAKE,    // a turn looks for tasks, and for wakes when it has run them
+    };
+    std::atomic<Wake> mWake{Wake::NEEDED};
 };

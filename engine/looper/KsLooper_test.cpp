@@ -80,6 +80,17 @@ TEST_F(KsLooperTest, ATurnWritesTheseLines) {
     EXPECT_EQ(looper.story, "t");
 }
 
+// However often it is woken, the descriptor is written once for every turn.
+TEST_F(KsLooperTest, ManyWakesBeforeATurnAreOne) {
+    for (int turns = 0; turns < 2; ++turns) {
+        for (int wakes = 0; wakes < 3; ++wakes) looper.wake();
+        uint64_t written = 0;
+        EXPECT_EQ(read(looper.getEventFd(), &written, sizeof(written)), 8);
+        EXPECT_EQ(written, 1u);
+        turn();
+    }
+}
+
 // No exit line follows the refusal of epoll.
 TEST_F(KsLooperTest, ReportsWhatItCannotAdd) {
     const int directory = open("/", O_RDONLY);

@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <utility>
 
 #include "base/Logger.h"
 
@@ -72,28 +74,26 @@ int KsTimer::addTimerCallback(long long delayMs, int (*callback)(void*), void* d
     if (!prepareEvent(event, delayMs, "addTimedCallback:")) return -1;
     event.callback = callback;
     event.data = data;
-    addEvent(event, "");
-    return event.id;
+    return addEvent(std::move(event), "");
 }
 
 int KsTimer::addTimerCallback(long long delayMs, Callback<int (*)()> task) {
     KsTimerEvent event;
     if (!prepareEvent(event, delayMs, "addTimedCallback:")) return -1;
-    event.TaskCallback = task;
+    event.TaskCallback = std::move(task);
     event.isTaskCallback = true;
-    addEvent(event, "");
-    return event.id;
+    return addEvent(std::move(event), "");
 }
 
 bool KsTimer::initTimerEvent(KsTimerEvent& event, long long delayMs, Callback<int (*)()> task) {
     if (!prepareEvent(event, delayMs, "createTimerEvent:")) return false;
-    event.TaskCallback = task;
+    event.TaskCallback = std::move(task);
     event.isTaskCallback = true;
     return true;
 }
 
 void KsTimer::addTimerEvent(KsTimerEvent event) {
-    addEvent(event, "addTimerEvent: ");
+    addEvent(std::move(event), "addTimerEvent: ");
 }
 
 bool KsTimer::prepareEvent(KsTimerEvent& event, long long delayMs, const char* failure) {
@@ -106,53 +106,94 @@ bool KsTimer::prepareEvent(KsTimerEvent& event, long long delayMs, const char* f
     return true;
 }
 
-void KsTimer::addEvent(const KsTimerEvent& event, const char* prefix) {
+// Returns the event's id.
+int KsTimer::addEvent(KsTimerEvent event, const char* prefix) {
+    const int id = event.id;
+    const std::string text = Logger::ifAdmits(LEVEL_DEBUG) != nullptr ? event.toString() : "";
     {
         MutexLock lock(mLock);
-        pushLocked(event);
-        if (mNotifier != nullptr && mTimerQueue.front() == event) mNotifier->notifyDelayChange();
+        // As one may not tell it from the first, an equal one is a new first as well.
+        const bool first = mTimerQueue.empty() ||
+                           KsTimerEventComparer()(mTimerQueue.front(), event) ||
+                           mTimerQueue.front() == event;
+        pushLocked(std::move(event));
+        if (mNotifier != nullptr && first) mNotifier->notifyDelayChange();
     }
-    FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "%sAdd TimerCallback to queue - %s", prefix,
-                  event.toString().c_str());
+    FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "%sAdd TimerCallback to queue - %s", prefix, text.c_str());
+    return id;
 }
 
-void KsTimer::pushLocked(const KsTimerEvent& event) {
-    mTimerQueue.push_back(event);
+void KsTimer::pushLocked(KsTimerEvent event) {
+    mTimerQueue.push_back(std::move(event));
     std::push_heap(mTimerQueue.begin(), mTimerQueue.end(), KsTimerEventComparer());
 }
 
 KsTimerEvent KsTimer::popLocked() {
     std::pop_heap(mTimerQueue.begin(), mTimerQueue.end(), KsTimerEventComparer());
-    KsTimerEvent event = mTimerQueue.back();
+    KsTimerEvent event = std::move(mTimerQueue.back());
     mTimerQueue.pop_back();
     return event;
 }
 
 void KsTimer::removeTimerCallback(int id) {
     // Outlives the lock: what a callback holds may call back into this queue when it is released.
-    std::vector<KsTimerEvent> removed;
+    EventQueue removed;
     {
         MutexLock lock(mLock);
-        std::vector<KsTimerEvent> kept;
-        while (!mTimerQueue.empty()) {
-            const KsTimerEvent event = popLocked();
-            if (event.id == id) {
-                FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "removeTimedCallback: %s",
-                              event.toString().c_str());
-                removed.push_back(event);
-                continue;
-            }
-            FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "removeTimedCallback, e.id: %d, id: %d", event.id, id);
-            kept.push_back(event);
-            std::push_heap(kept.begin(), kept.end(), KsTimerEventComparer());
-        }
-        mTimerQueue.swap(kept);
+        logRemovalLocked(id);
+        removed = takeLocked([id](const KsTimerEvent& event) { return event.id == id; });
     }
     traceReturn(TAG, "removeTimerCallback");
 }
 
+void KsTimer::logRemovalOfFired(int id) {
+    {
+        MutexLock lock(mLock);
+        logRemovalLocked(id);
+    }
+    traceReturn(TAG, "removeTimerCallback");
+}
+
+void KsTimer::removeTimerCallbacks(std::vector<int> ids) {
+    std::make_heap(ids.begin(), ids.end());
+    std::sort_heap(ids.begin(), ids.end());
+    EventQueue removed;  // outlives the lock, as above
+    MutexLock lock(mLock);
+    removed = takeLocked([&ids](const KsTimerEvent& event) {
+        return std::binary_search(ids.begin(), ids.end(), event.id);
+    });
+    for (const KsTimerEvent& event : removed) {
+        FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "removeTimedCallback: %s", event.toString().c_str());
+    }
+}
+
+template <typename Predicate>
+KsTimer::EventQueue KsTimer::takeLocked(Predicate isTaken) {
+    const auto taken = std::partition(mTimerQueue.begin(), mTimerQueue.end(),
+                                      [&](const KsTimerEvent& event) { return !isTaken(event); });
+    if (taken == mTimerQueue.end()) return {};
+    EventQueue events(std::make_move_iterator(taken), std::make_move_iterator(mTimerQueue.end()));
+    mTimerQueue.erase(taken, mTimerQueue.end());
+    std::make_heap(mTimerQueue.begin(), mTimerQueue.end(), KsTimerEventComparer());
+    return events;
+}
+
+// A line for every timer, in the order in which they are due. (Sorted so, they still are a heap.)
+void KsTimer::logRemovalLocked(int id) {
+    if (!Logger::getInstance()->admits(LEVEL_DEBUG)) return;
+    std::sort_heap(mTimerQueue.begin(), mTimerQueue.end(), KsTimerEventComparer());
+    std::reverse(mTimerQueue.begin(), mTimerQueue.end());
+    for (const KsTimerEvent& event : mTimerQueue) {
+        if (event.id == id) {
+            FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "removeTimedCallback: %s", event.toString().c_str());
+        } else {
+            FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "removeTimedCallback, e.id: %d, id: %d", event.id, id);
+        }
+    }
+}
+
 void KsTimer::clearTimerQueue() {
-    std::vector<KsTimerEvent> removed;  // outlives the lock, as above
+    EventQueue removed;  // outlives the lock, as above
     MutexLock lock(mLock);
     while (!mTimerQueue.empty()) {
         removed.push_back(popLocked());
@@ -162,6 +203,10 @@ void KsTimer::clearTimerQueue() {
 
 int KsTimer::nextTimerEvent() {
     timespec now{};
+    return waitForFirst(now);
+}
+
+int KsTimer::waitForFirst(timespec& now) {
     if (!readClock(now, "nextTimerEvent: return -1 as")) return -1;
     timespec due{};
     bool empty = false;
@@ -189,9 +234,10 @@ int KsTimer::nextTimerEvent() {
 
 void KsTimer::processEvents() {
     const TraceScope trace(TAG, "processEvents");
-    while (nextTimerEvent() == 0) {
+    timespec now{};
+    while (waitForFirst(now) == 0) {
         KsTimerEvent event;
-        if (!takeDueEvent(event)) return;
+        if (!takeDueEvent(event, now)) return;
         FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "processEvents: triggered callback--%s",
                       event.toString().c_str());
         if (event.isTaskCallback ? !event.TaskCallback : event.callback == nullptr) {
@@ -205,15 +251,11 @@ void KsTimer::processEvents() {
 
 // Meanwhile another thread may have removed the timer that was due: the one behind it waits for its
 // own time.
-bool KsTimer::takeDueEvent(KsTimerEvent& event) {
-    timespec now{};
-    const bool timeKnown = clock_gettime(CLOCK_BOOTTIME, &now) == 0;
+bool KsTimer::takeDueEvent(KsTimerEvent& event, const timespec& now) {
     {
         MutexLock lock(mLock);
         if (!mTimerQueue.empty()) {
-            if (timeKnown && isPositive(waitUntil(mTimerQueue.front().triggerTime, now))) {
-                return false;
-            }
+            if (isPositive(waitUntil(mTimerQueue.front().triggerTime, now))) return false;
             event = popLocked();
             return true;
         }
@@ -242,9 +284,12 @@ bool KsTimer::repeatEvent(KsTimerEvent& event, int result) {
 }
 
 int KsTimer::getNextTimerId() {
-    MutexLock lock(mLock);
-    if (++mLastId == INT32_MAX) mLastId = 1;
-    return mLastId;
+    int32_t last = mLastId.load(std::memory_order_relaxed);
+    int32_t next = 0;
+    do {
+        next = last == INT32_MAX - 1 ? 1 : last + 1;
+    } while (!mLastId.compare_exchange_weak(last, next, std::memory_order_relaxed));
+    return next;
 }
 
 bool KsTimer::subTimeSpec(const timespec& a, const timespec& b, timespec& out) {

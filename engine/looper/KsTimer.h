@@ -2,6 +2,8 @@
 
 #include <time.h>
 
+#include <atomic>
+#include <cstdint>
 #include <vector>
 
 #include "base/Callback.h"
@@ -46,6 +48,14 @@ class KsTimer : public RefBase {
     void addTimerEvent(KsTimerEvent event);
 
     void removeTimerCallback(int id);
+
+    // Writes the lines of removeTimerCallback() for a timer whose callback runs: it is in no queue,
+    // and nothing is looked for.
+    void logRemovalOfFired(int id);
+
+    // Removes many at once, in the time of one.
+    void removeTimerCallbacks(std::vector<int> ids);
+
     void clearTimerQueue();
 
     // Milliseconds until the first timer is due, rounded up; 0 when one is due, -1 when there is
@@ -68,15 +78,21 @@ class KsTimer : public RefBase {
     void addDelayToTimeval(long long ms, timespec& t);
 
   private:
+    using EventQueue = std::vector<KsTimerEvent>;
+
     bool prepareEvent(KsTimerEvent& event, long long delayMs, const char* failure);
-    void addEvent(const KsTimerEvent& event, const char* prefix);
-    void pushLocked(const KsTimerEvent& event) REQUIRES(mLock);
+    int addEvent(KsTimerEvent event, const char* prefix);
+    void pushLocked(KsTimerEvent event) REQUIRES(mLock);
     KsTimerEvent popLocked() REQUIRES(mLock);
-    bool takeDueEvent(KsTimerEvent& event);
+    template <typename Predicate>
+    EventQueue takeLocked(Predicate isTaken) REQUIRES(mLock);
+    void logRemovalLocked(int id) REQUIRES(mLock);
+    int waitForFirst(timespec& now);
+    bool takeDueEvent(KsTimerEvent& event, const timespec& now);
     bool repeatEvent(KsTimerEvent& event, int result);
 
     TimerNotifier* mNotifier GUARDED_BY(mLock) = nullptr;
-    int32_t mLastId GUARDED_BY(mLock) = 0;
-    std::vector<KsTimerEvent> mTimerQueue GUARDED_BY(mLock);  // a heap
-    Mutex mLock;
+    std::atomic<int32_t> mLastId{0};
+    EventQueue mTimerQueue GUARDED_BY(mLock);  // a heap
+    Mutex mLock{LockRank::TIMERS};
 };

@@ -17,10 +17,3 @@ std::string KsTimerEvent::toString() const {
          << "us";  // nanoseconds; readers of logs know the line with this unit
     return text.str();
 }
-
-bool KsTimerEventComparer::operator()(const KsTimerEvent& a, const KsTimerEvent& b) const {
-    if (a.triggerTime.tv_sec != b.triggerTime.tv_sec) {
-        return a.triggerTime.tv_sec > b.triggerTime.tv_sec;
-    }
-    return a.triggerTime.tv_nsec > b.triggerTime.tv_nsec;
-}

@@ -30,5 +30,10 @@ struct KsTimerEvent {
 
 // Orders a heap so that its top is the event that is due first.
 struct KsTimerEventComparer {
-    bool operator()(const KsTimerEvent& a, const KsTimerEvent& b) const;
+    bool operator()(const KsTimerEvent& a, const KsTimerEvent& b) const {
+        if (a.triggerTime.tv_sec != b.triggerTime.tv_sec) {
+            return a.triggerTime.tv_sec > b.triggerTime.tv_sec;
+        }
+        return a.triggerTime.tv_nsec > b.triggerTime.tv_nsec;
+    }
 };

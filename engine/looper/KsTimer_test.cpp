@@ -130,6 +130,21 @@ TEST_F(KsTimerTest, RemovesByIdAndLogsWhatItKeeps) {
     EXPECT_EQ(fired, "second");
 }
 
+TEST_F(KsTimerTest, RemovesManyAtOnceAndKeepsTheOthersInOrder) {
+    std::string fired;
+    std::vector<int> removed;
+    for (int ms = 40; ms > 0; --ms) {
+        const int id = add(ms, [&fired, ms] { return fired += std::to_string(ms) + " ", -1; });
+        if (ms % 10 != 0) removed.push_back(id);
+    }
+    const LogCapture log(LEVEL_DEBUG);
+    timer->removeTimerCallbacks(removed);
+    EXPECT_EQ(log.count("removeTimedCallback: KsTimerEvent--id:"), 36);
+    clock.advance(40);
+    timer->processEvents();
+    EXPECT_EQ(fired, "10 20 30 40 ");
+}
+
 TEST_F(KsTimerTest, ATimerWithoutACallbackEndsTheCall) {
     std::string fired;
     const LogCapture log(LEVEL_ERROR);
@@ -146,7 +161,7 @@ TEST_F(KsTimerTest, ATimerWithoutACallbackEndsTheCall) {
 TEST_F(KsTimerTest, ReportsAClockThatCannotBeRead) {
     add(0, [] { return 0; });
     const LogCapture log(LEVEL_ERROR);
-    clock.breakAfter(2);
+    clock.breakAfter(1);
     timer->processEvents();
     KsTimerEvent event;
     EXPECT_EQ(timer->addTimerCallback(0, append, nullptr), -1);

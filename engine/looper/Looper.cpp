@@ -1,6 +1,8 @@
 #include "looper/Looper.h"
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 #include "base/Logger.h"
 #include "base/ThreadPrivateData.h"
@@ -40,21 +42,28 @@ void Looper::dropTasks() {
             MutexLock lock(mQueueLock);
             tasks.swap(mPendingQueue);
         }
+        std::vector<int> timers;
         {
             MutexLock lock(mDelayLock);
             delayed.swap(mDelayedTasks);
+            for (const sp<DelayedTaskContext>& context : delayed) {
+                context->place.reset();
+                if (context->release()) timers.push_back(context->getTimerId());
+            }
         }
-        // Somebody else may hold the timer queue and, with it, their timers.
-        for (const sp<DelayedTaskContext>& context : delayed) context->release();
+        // Somebody else may hold the timer queue. A timer holds its task, which must go while there
+        // still is a looper to post to.
+        if (!timers.empty()) getTimer()->removeTimerCallbacks(std::move(timers));
         dropped = !tasks.empty() || !delayed.empty();
     }
 }
 
 void Looper::sendTask(const Callback<void (*)()>& task) {
     const TraceScope trace(TAG, "sendTask");
+    Callback<void (*)()> copy(task);  // not under the lock, for which the loop may be waiting
     {
         MutexLock lock(mQueueLock);
-        mPendingQueue.push_back(task);
+        mPendingQueue.push_back(std::move(copy));
     }
     wake();
 }
@@ -70,9 +79,9 @@ bool Looper::processOneTask() {
     if (mProcessingQueue.empty()) {
         swapQueue();
     } else {
-        const Callback<void (*)()> task = mProcessingQueue.front();
+        Callback<void (*)()> task = std::move(mProcessingQueue.front());
         mProcessingQueue.pop_front();
-        task();
+        task.runOnce();
     }
     return !mProcessingQueue.empty();
 }
@@ -87,10 +96,9 @@ void Looper::swapQueue() {
 int Looper::sendDelayTask(const Callback<void (*)()>& task, int delayMs) {
     const TraceScope trace(TAG, "sendDelayTask");
     const sp<DelayedTaskContext> context(new DelayedTaskContext(task, this));
-    const Callback<int (*)()> timerCallback(
-        &DelayedTaskContext::runOwned, UnsafeRawPtr<DelayedTaskContext>(context.get()), context);
+    Callback<int (*)()> timerCallback(&DelayedTaskContext::taskProcessor, context);
     KsTimerEvent event;
-    if (!getTimer()->initTimerEvent(event, delayMs, timerCallback)) {
+    if (!getTimer()->initTimerEvent(event, delayMs, std::move(timerCallback))) {
         FRAMEWORK_LOG(LEVEL_ERROR, TAG, "%s: initTimerEvent error!!!\n", "sendDelayTask");
         return -1;
     }
@@ -98,28 +106,29 @@ int Looper::sendDelayTask(const Callback<void (*)()>& task, int delayMs) {
         FRAMEWORK_LOG(LEVEL_ERROR, TAG, "error: addTimerCallback return -1 value");
         return -1;
     }
-    context->setTimerId(event.id);
+    const int id = event.id;
+    context->setTimerId(id);
     FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "record DelayedTaskContext new object %p",
                   static_cast<void*>(context.get()));
     {
         MutexLock lock(mDelayLock);
-        mDelayedTasks.push_back(context);
+        context->place = mDelayedTasks.insert(mDelayedTasks.end(), context);
     }
-    getTimer()->addTimerEvent(event);
-    return event.id;
+    getTimer()->addTimerEvent(std::move(event));
+    return id;
 }
 
 void Looper::releaseDelayTask(sp<DelayedTaskContext> context) {
     const TraceScope trace(TAG, "releaseDelayTask");
     MutexLock lock(mDelayLock);
-    const auto found = std::find(mDelayedTasks.begin(), mDelayedTasks.end(), context);
-    if (found == mDelayedTasks.end()) return;
-    removeTimerLocked(*context);
-    context->release();
+    if (!context->place) return;
+    if (context->release()) {
+        getTimer()->removeTimerCallback(context->getTimerId());
+    } else {
+        getTimer()->logRemovalOfFired(context->getTimerId());
+    }
     if (context->isRunning()) return;  // taskProcessor() calls again
-    FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "release DelayedTaskContext object %p",
-                  static_cast<void*>(context.get()));
-    mDelayedTasks.erase(found);
+    removeContextLocked(*context);
 }
 
 int Looper::releaseDelayTask(int id) {
@@ -130,17 +139,18 @@ int Looper::releaseDelayTask(int id) {
     for (auto it = mDelayedTasks.begin(); it != mDelayedTasks.end(); ++it) {
         if ((*it)->getTimerId() != id || !(*it)->release()) continue;
         released = *it;
-        removeTimerLocked(*released);
-        FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "release DelayedTaskContext object %p",
-                      static_cast<void*>(released.get()));
-        mDelayedTasks.erase(it);
+        getTimer()->removeTimerCallback(id);
+        removeContextLocked(*released);
         return 1;
     }
     return 0;
 }
 
-void Looper::removeTimerLocked(const DelayedTaskContext& context) {
-    if (context.getTimerId() != -1) getTimer()->removeTimerCallback(context.getTimerId());
+void Looper::removeContextLocked(DelayedTaskContext& context) {
+    FRAMEWORK_LOG(LEVEL_DEBUG, TAG, "release DelayedTaskContext object %p",
+                  static_cast<void*>(&context));
+    mDelayedTasks.erase(*context.place);
+    context.place.reset();
 }
 
 void Looper::addQuitListener(const sp<LooperQuitListener>& listener) {

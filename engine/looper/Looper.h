@@ -56,13 +56,21 @@ class Looper : public KsLooper, public TimerNotifier {
     bool processOneTask();
     void swapQueue();
     void dropTasks();
-    void removeTimerLocked(const DelayedTaskContext& context) REQUIRES(mDelayLock);
+    void removeContextLocked(DelayedTaskContext& context) REQUIRES(mDelayLock);
 
-    Looper* const mPrevious;     // the thread's looper before this one
+    // Keeps what the looper's thread writes for every task out of the cache lines in which others
+    // post.
+    struct Gap {
+        char bytes[64];
+    };
+
+    Looper* const mPrevious;  // the thread's looper before this one
+    [[maybe_unused]] Gap mGap1;
     TaskQueue mProcessingQueue;  // of the looper's thread
+    [[maybe_unused]] Gap mGap2;
     TaskQueue mPendingQueue GUARDED_BY(mQueueLock);
     std::list<sp<LooperQuitListener>> mQuitListeners;      // of the looper's thread
     DelayedTaskList mDelayedTasks GUARDED_BY(mDelayLock);  // neither ended nor released
-    Mutex mQueueLock;
-    Mutex mDelayLock;
+    Mutex mQueueLock{LockRank::TASKS};
+    Mutex mDelayLock{LockRank::TASKS};
 };

@@ -38,17 +38,15 @@ int LooperThread::run() {
         MutexLock lock(mMutex);
         const sp<KsTimer> timer(new KsTimer);
         looper = new (std::nothrow) Looper(timer);
-        if (looper) {
+        if (looper && looper->canBeWoken()) {
             timer->setTimerNotifier(looper.get());
             mLooper = looper.get();
             if (mExitRequested) mLooper->addTerminatedHandler();
             decideStartLocked(MADE_LOOPER);
         }
     }
-    if (!looper) {
-        FRAMEWORK_LOG(LEVEL_ERROR, TAG, "mLooper is NULL as cant allocate memory");
-        return 0;
-    }
+    if (!looper) FRAMEWORK_LOG(LEVEL_ERROR, TAG, "mLooper is NULL as cant allocate memory");
+    if (!looper || !looper->canBeWoken()) return 0;
     looper->run();
     {
         MutexLock lock(mMutex);

@@ -21,7 +21,7 @@ class LooperThread : public Thread {
     ~LooperThread() override = default;
 
     // Returns once the looper exists: 0, or the error of Thread::start(); ENOMEM when the thread
-    // has ended without making one.
+    // has ended without a looper that can be woken.
     int start(const char* name, int priority, unsigned long stackSize) override;
 
     int run() override;
@@ -49,7 +49,7 @@ class LooperThread : public Thread {
     void decideStartLocked(Start start) REQUIRES(mMutex);
 
     Looper* mLooper GUARDED_BY(mMutex) = nullptr;  // owned by run()
-    Mutex mMutex;
+    Mutex mMutex{LockRank::LOOPER_THREAD};
     Condition mCondition;
     bool mExitRequested GUARDED_BY(mMutex) = false;
     Start mStart GUARDED_BY(mMutex) = PENDING;

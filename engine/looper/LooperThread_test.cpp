@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "base/Latch.h"
+#include "looper/test/FailingEpoll.h"
 #include "looper/test/LooperTesting.h"
 
 namespace {
@@ -65,6 +66,18 @@ TEST(WorkerThreads, LetStartReturnWhenThereIsNothingToWaitFor) {
         int run() override { return 0; }
     };
     EXPECT_EQ((new Idler)->start("idler", 0, 0), ENOMEM);
+}
+
+TEST(WorkerThreads, DoNotStartWhenTheyCouldNotBeWoken) {
+    const size_t before = openDescriptors();
+    const sp<LooperThread> worker(new LooperThread);
+    {
+        const FailingEpoll failing;
+        EXPECT_EQ(worker->start("worker", 0, 0), ENOMEM);
+    }
+    EXPECT_EQ(worker->sendTask(makeCallback<void>([] {})), 0);
+    EXPECT_EQ(worker->join(), 0);
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 // Two of them at a time; the exit is requested while others post, or before start() has returned.

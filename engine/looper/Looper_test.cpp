@@ -2,9 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
 
 #include <thread>
 
+#include "base/Latch.h"
 #include "base/Logger.h"
 #include "looper/LooperThread.h"
 #include "looper/test/BootClock.h"
@@ -121,12 +124,27 @@ TEST_F(LooperTest, DropsWhatHasNotRunEvenIfThatPostsOnceMore) {
     looper.reset();
     EXPECT_EQ(story, "dropped");
 
+    EXPECT_EQ(timer->nextTimerEvent(), -1) << "a timer queue that outlives the looper";
     const LogCapture log;
     timer->addTimerCallback(-1, makeCallback<int>([] { return -1; }));
     timer->processEvents();
-    EXPECT_EQ(story, "dropped") << "a timer queue that outlives the looper runs nothing";
-    EXPECT_EQ(log.count("WARNING  DelayedTaskContext object is released"), 1);
     EXPECT_EQ(log.count("notifyDelayChange"), 0);
+}
+
+// The timer queue, which this test holds as well, must keep neither the tasks nor their timers.
+TEST_F(LooperTest, ReleasesDelayedTasksBeforeItIsGone) {
+    Looper* const raw = looper.get();
+    int released = 0;
+    const auto holdUntilDropped = [&] {
+        const sp<RefBase> held(new AtRelease([&] { ++released, raw->sendTask(append("never")); }));
+        looper->sendDelayTask(makeCallback<void>([held] {}), 5);
+    };
+    for (int i = 0; i < 3; ++i) holdUntilDropped();
+    timer->addTimerCallback(7, makeCallback<int>([] { return -1; }));
+    looper.reset();
+    EXPECT_EQ(released, 3);
+    EXPECT_EQ(story, "");
+    EXPECT_EQ(timer->nextTimerEvent(), 7) << "what is not the looper's stays";
 }
 
 // Another thread releases the task when its timer has just been popped, or when it has just run.
@@ -140,6 +158,48 @@ TEST_F(LooperTest, ADelayedTaskIsReleasedInTimeOrNotAtAll) {
         turn();
         EXPECT_EQ(story, expected);
     }
+}
+
+// Another thread posts just before the wake descriptor is read, or just after.
+TEST_F(LooperTest, ATaskThatComesWhileAWakeIsServedRunsAndTheNextOneWakesAgain) {
+    for (const char* const line : {"-->InTo : clearRead", "-->Back : clearRead"}) {
+        story.clear();
+        looper->wake();
+        {
+            const AtLogLine race(line, [&] { looper->sendTask(append("a")); });
+            turn();
+        }
+        EXPECT_EQ(story, "a") << line;
+        looper->sendTask(append("b"));
+        pollfd wakeDescriptor{looper->getEventFd(), POLLIN, 0};
+        EXPECT_EQ(poll(&wakeDescriptor, 1, 0), 1) << line;
+        turn();
+        EXPECT_EQ(story, "ab");
+    }
+}
+
+// While tasks run nobody writes: the loop does so itself, once, when they have run.
+TEST_F(LooperTest, AWakeDuringATurnIsWrittenAtItsEnd) {
+    pollfd wakeDescriptor{looper->getEventFd(), POLLIN, 0};
+    looper->sendTask(makeCallback<void>([&] {
+        for (int wakes = 0; wakes < 3; ++wakes) looper->wake();
+        EXPECT_EQ(poll(&wakeDescriptor, 1, 0), 0);
+    }));
+    turn();
+    uint64_t written = 0;
+    EXPECT_EQ(read(looper->getEventFd(), &written, sizeof(written)), 8);
+    EXPECT_EQ(written, 1u);
+}
+
+// A loop that is told to end after it has looked for tasks takes another turn.
+TEST_F(LooperTest, LosesNoTaskThatWasPostedBeforeItsEnd) {
+    looper->wake();
+    const AtLogLine race("-->Back : processTasks", [&] {
+        looper->sendTask(append("task"));
+        looper->addTerminatedHandler();
+    });
+    looper->run();
+    EXPECT_EQ(story, "task");
 }
 
 TEST(LooperThreads, ADelayedTaskIsEitherReleasedOrRun) {
@@ -163,6 +223,29 @@ TEST(LooperThreads, ADelayedTaskIsEitherReleasedOrRun) {
     other.join();
     worker->requestExitAndWait();
     EXPECT_EQ(wrong, 0);
+}
+
+// Each waits for its task: the loop falls asleep again and again, and a lost wake would be for
+// ever.
+TEST(LooperThreads, EveryPostWakesTheLoop) {
+    const sp<LooperThread> worker(new LooperThread);
+    worker->start("worker", 0, 0);
+    Looper* const looper = worker->getLooper();
+    const auto post = [&] {
+        for (int i = 0; i < 1000; ++i) {
+            Latch done(1);
+            const auto task = makeCallback<void>([&] { done.countDown(); });
+            if (i % 2 == 0) looper->sendTask(task);
+            if (i % 2 != 0) looper->sendDelayTask(task, 0);
+            done.wait();
+        }
+    };
+    std::thread one(post);
+    std::thread other(post);
+    post();
+    one.join();
+    other.join();
+    worker->requestExitAndWait();
 }
 
 }  // namespace

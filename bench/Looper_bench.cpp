@@ -176,6 +176,7 @@ TEST_CASE("a task posted to another thread, one way") {
          all([&] { looper->sendTask(taskOf(work)); })},
         {"LooperThread::sendTask", all([&] { worker->sendTask(task); })},
     });
+    useAnyProcessor();
 }
 
 TEST_CASE("there and back, answered through an eventfd") {
@@ -200,6 +201,7 @@ TEST_CASE("there and back, answered through an eventfd") {
          {"LooperThread::sendTask", meanOf(TRIPS, askWorker, nanoseconds)}});
     there.write(2);
     echo.join();
+    useAnyProcessor();
 }
 
 TEST_CASE("a timer due at once, added and fired by a turn of the loop") {

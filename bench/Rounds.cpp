@@ -14,6 +14,16 @@ double median(std::vector<double> values) {
     return *middle;
 }
 
+// Those that the process had when it was first asked.
+cpu_set_t allProcessors() {
+    static const cpu_set_t all = [] {
+        cpu_set_t processors;
+        sched_getaffinity(0, sizeof(processors), &processors);
+        return processors;
+    }();
+    return all;
+}
+
 double read(clockid_t clock) {
     timespec now{};
     clock_gettime(clock, &now);
@@ -23,11 +33,7 @@ double read(clockid_t clock) {
 }  // namespace
 
 void useProcessor(int number) {
-    static const cpu_set_t all = [] {
-        cpu_set_t processors;
-        sched_getaffinity(0, sizeof(processors), &processors);
-        return processors;
-    }();
+    const cpu_set_t all = allProcessors();
     cpu_set_t one;
     CPU_ZERO(&one);
     for (int processor = 0; processor < CPU_SETSIZE; ++processor) {
@@ -36,6 +42,11 @@ void useProcessor(int number) {
         sched_setaffinity(0, sizeof(one), &one);
         return;
     }
+}
+
+void useAnyProcessor() {
+    const cpu_set_t all = allProcessors();
+    sched_setaffinity(0, sizeof(all), &all);
 }
 
 double nanoseconds() {

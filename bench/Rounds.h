@@ -15,9 +15,10 @@ struct Contestant {
 // of them down, and prints the median of each with its ratio to the first one, the reference.
 void compareInRounds(const std::vector<Contestant>& contestants, int rounds = 21);
 
-// Keeps the calling thread on the first or the second of the process's processors, as far as it has
-// two: where two threads run side by side is not left to chance.
+// Keeps the calling thread on the first or the second of the process's processors (0, 1), as far as
+// it has two, or frees it again: where two threads run side by side is not left to chance.
 void useProcessor(int number);
+void useAnyProcessor();
 
 // The nanoseconds since an unspecified moment, and those of them in which the calling thread ran.
 double nanoseconds();

@@ -1,0 +1,24 @@
+#include "attack/fuzz/Fuzz.h"
+#include "platform/testing/TempDir.h"
+#include "preload/Bayes.h"
+
+// A file of any content as the Bayes model: it is asked, learns a batch and is read back.
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const TempDir folder;
+    folder.write("model", asText(data, size));
+    const std::string path = folder.file("model");
+    const auto model = Bayes::createBayesFromModel(path.c_str());
+    if (model == nullptr) return 0;
+
+    const std::vector<int> x = {25, 1, 0, 1};
+    for (const float score : model->predict(x)) promise(!(score < 0), "no score is negative");
+    if (model->update({x, {0, 1, 1, 2}}, {2, 0}) != Bayes::OK) return 0;
+    for (const float score : model->predict(x)) promise(!(score < 0), "no score is negative");
+
+    const std::string saved = folder.read("model");
+    const auto again = Bayes::createBayesFromModel(path.c_str());
+    promise(again != nullptr, "a model that was loaded and saved is loaded again");
+    promise(again->toString() == saved, "a model is read back as it was saved");
+    return 0;
+}

@@ -1,0 +1,368 @@
+#include <limits.h>
+
+#include <atomic>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "attack/fuzz/Descriptors.h"
+#include "attack/fuzz/Fuzz.h"
+#include "attack/fuzz/Input.h"
+#include "brain/BrainMainApi.h"
+#include "looper/Handler.h"
+#include "looper/LooperThread.h"
+#include "looper/test/BootClock.h"
+#include "platform/testing/TempDir.h"
+#include "zml/test/ScriptedZml.h"
+
+// Timers, a looper, handlers, a looper's thread and the five functions of the library, in an order
+// that the input gives. What is called back draws on the input too, so that everything may happen
+// inside everything. The boot-time clock stands still but when it is told to go on.
+
+namespace {
+
+constexpr int DELAYS[] = {0, 1, 2, 5, 100, -3, INT_MAX, INT_MIN};
+constexpr int RESULTS[] = {-1, -1, 0, 1, 7, -2};
+constexpr const char* NAMES[] = {"com.a", "com.b", "", "com.veltra.launcher", "com.c with blank"};
+
+std::atomic<int> gObjects{0};
+
+// What a task or a message holds. Sends through a handler when it is released.
+class Sender : public RefBase {
+  public:
+    explicit Sender(Handler* handler, int delayMs) : mHandler(handler), mDelayMs(delayMs) {
+        ++gObjects;
+    }
+    ~Sender() override {
+        --gObjects;
+        if (mHandler == nullptr) return;
+        const sp<Message> message = mHandler->obtainMessage(2, nullptr);
+        mDelayMs < 0 ? mHandler->sendMessage(message)
+                     : mHandler->sendDelayedMessage(message, mDelayMs);
+    }
+
+  private:
+    Handler* const mHandler;
+    const int mDelayMs;  // negative for at once
+};
+
+// Goes on with the input whenever something is called back.
+class Actor : public Handler {
+  public:
+    Actor(Looper* looper, void (*act)(void*), void* user)
+        : Handler(looper), mAct(act), mUser(user) {}
+
+    void handleMessage(sp<Message> /*message*/) override { mAct(mUser); }
+    void run() { mAct(mUser); }
+    void runHolding(sp<RefBase> /*held*/) { mAct(mUser); }
+
+    Callback<void (*)()> task(const sp<RefBase>& held) {
+        const UnsafeRawPtr<Actor> self(this);
+        return held ? Callback<void (*)()>(&Actor::runHolding, self, held)
+                    : Callback<void (*)()>(&Actor::run, self);
+    }
+
+  private:
+    void (*const mAct)(void*);
+    void* const mUser;
+};
+
+class QuitListener : public LooperQuitListener {
+  public:
+    QuitListener(Looper& looper, bool removesItself)
+        : mLooper(looper), mRemovesItself(removesItself) {}
+    void onLooperQuit() override {
+        if (mRemovesItself) mLooper.removeQuitListener(this);
+    }
+
+  private:
+    Looper& mLooper;
+    const bool mRemovesItself;
+};
+
+// Posts to a looper in all its ways. Any thread, while the looper lives.
+void post(Input& input, Looper& looper, Actor& actor, std::vector<int>& ids) {
+    sp<RefBase> held;
+    if (input.draw(2) == 1) held = new Sender(input.draw(3) == 0 ? nullptr : &actor, input.draw(4) - 1);
+    switch (input.draw(4)) {
+        case 0:
+            looper.sendTask(actor.task(held));
+            break;
+        case 1:
+            ids.push_back(looper.sendDelayTask(actor.task(held), input.drawOf(DELAYS)));
+            break;
+        case 2:
+            actor.obtainMessage(held, 1, 2)->sendToTarget();
+            break;
+        default:
+            actor.sendDelayedMessage(actor.obtainMessage(held, 1), input.drawOf(DELAYS));
+            break;
+    }
+}
+
+// A looper on the calling thread, turn by turn.
+class LocalLoop {
+  public:
+    explicit LocalLoop(Input& input) : mInput(input) {}
+    ~LocalLoop() { end(); }
+
+    void act() {
+        if (!mLooper) begin();
+        ++mDepth;
+        switch (mInput.draw(9)) {
+            case 0:
+                mTimerIds.push_back(mTimer->addTimerCallback(mInput.drawOf(DELAYS), timeOut, this));
+                break;
+            case 1:
+                if (!mTimerIds.empty()) mTimer->removeTimerCallback(drawId(mTimerIds));
+                break;
+            case 2:
+                if (!mTaskIds.empty()) mLooper->releaseDelayTask(drawId(mTaskIds));
+                break;
+            case 3:
+                if (mInput.draw(8) == 1) mTimer->clearTimerQueue();
+                break;
+            case 4:
+                mPipes->add(*mLooper);
+                break;
+            case 5:
+                mPipes->disturb(*mLooper, mTurning);
+                break;
+            case 6:
+                if (mInput.draw(4) == 1) mLooper->addTerminatedHandler();
+                break;
+            case 7:
+                mLooper->addQuitListener(new QuitListener(*mLooper, mInput.draw(2) == 1));
+                break;
+            default:
+                post(mInput, *mLooper, *mActor, mTaskIds);
+                break;
+        }
+        --mDepth;
+    }
+
+    void turn() {
+        if (!mLooper || mDepth > 0 || mTurning) return;
+        mTurning = true;
+        mPipes->setTurning(true);
+        mLooper->processEvents(0, mTimer);
+        mPipes->setTurning(false);
+        mTurning = false;
+    }
+
+    void end() {
+        if (!mLooper || mDepth > 0 || mTurning) return;
+        mTurning = true;  // for what is called back meanwhile
+        if (mInput.draw(2) == 1) mKeptTimer = mTimer;
+        mLooper->clearEvents();
+        ++mDepth;
+        Looper* const looper = mLooper.get();
+        promise(looper->getStrongCount() == 1, "nothing in flight holds a looper");
+        mLooper.reset();
+        --mDepth;
+        mTurning = false;
+        mActor.reset();
+        mPipes.reset();
+        mTimer.reset();
+        mTimerIds.clear();
+        mTaskIds.clear();
+    }
+
+  private:
+    void begin() {
+        mTimer = mKeptTimer ? mKeptTimer : sp<KsTimer>(new KsTimer);
+        mLooper = new Looper(mTimer);
+        mTimer->setTimerNotifier(mLooper.get());
+        mActor = new Actor(mLooper.get(), calledBack, this);
+        mPipes = std::make_unique<Descriptors>(mInput, calledBack, this);
+    }
+
+    int drawId(const std::vector<int>& ids) {
+        return ids[static_cast<size_t>(mInput.draw(static_cast<int>(ids.size())))];
+    }
+
+    static void calledBack(void* self) {
+        auto* const loop = static_cast<LocalLoop*>(self);
+        // The actor and the pipes are still there while the looper is being destroyed.
+        if (loop->mLooper && !loop->mInput.empty()) loop->act();
+    }
+    static int timeOut(void* self) {
+        calledBack(self);
+        return static_cast<LocalLoop*>(self)->mInput.drawOf(RESULTS);
+    }
+
+    Input& mInput;
+    sp<KsTimer> mTimer;
+    sp<KsTimer> mKeptTimer;  // outlives its looper, and serves the next
+    sp<Looper> mLooper;
+    sp<Actor> mActor;
+    std::unique_ptr<Descriptors> mPipes;
+    std::vector<int> mTimerIds;
+    std::vector<int> mTaskIds;
+    int mDepth = 0;
+    bool mTurning = false;
+};
+
+// A looper's thread, to which the calling thread posts.
+class Worker {
+  public:
+    explicit Worker(Input& input) : mInput(input) {}
+    ~Worker() { end(); }
+
+    void act() {
+        if (!mThread) begin();
+        if (mExiting) return end();
+        switch (mInput.draw(5)) {
+            case 0:
+                mThread->sendTask(mActor->task(nullptr));
+                break;
+            case 1:
+                mThread->sendDelayedTask(mActor->task(new Sender(mActor.get(), 0)),
+                                         mInput.drawOf(DELAYS));
+                break;
+            case 2:
+                mExiting = true;
+                mThread->requestExit();
+                break;
+            default: {
+                std::vector<int> ids;
+                post(mInput, *mThread->getLooper(), *mActor, ids);
+                if (!ids.empty()) mThread->getLooper()->releaseDelayTask(ids[0]);
+                break;
+            }
+        }
+    }
+
+  private:
+    void begin() {
+        mThread = new LooperThread;
+        promise(mThread->start("worker", 0, 0) == 0, "a thread starts");
+        mActor = new Actor(mThread->getLooper(), calledBack, this);
+    }
+    void end() {
+        if (!mThread) return;
+        mThread->requestExitAndWait();
+        mThread.reset();
+        mActor.reset();
+        mExiting = false;
+    }
+
+    // On the worker: it may post to itself.
+    static void calledBack(void* self) {
+        auto* const worker = static_cast<Worker*>(self);
+        Looper* const looper = Looper::current();
+        if (looper != nullptr && worker->mActor && !worker->mInput.empty()) {
+            looper->sendTask(worker->mActor->task(nullptr));
+        }
+    }
+
+    Input& mInput;
+    sp<LooperThread> mThread;
+    sp<Actor> mActor;
+    bool mExiting = false;
+};
+
+// One call of the five functions. Any thread of the host's.
+void callEngine(Input& input) {
+    switch (input.draw(8)) {
+        case 0:
+            brain_main_init(nullptr);
+            break;
+        case 1:
+            brain_main_exit();
+            break;
+        case 2: {
+            std::vector<std::string> names;
+            brain_main_app_preload_predict(names);
+            break;
+        }
+        case 3:
+            brain_main_app_clean_predict();
+            break;
+        default: {
+            sp<BrainEvent> event(input.draw(20) == 1 ? nullptr : new BrainEvent);
+            if (event) {
+                event->type = input.draw(2) == 0 ? 4 : input.draw(25) - 1;
+                event->package = input.drawOf(NAMES);
+                event->charging = static_cast<uint8_t>(input.draw(2));
+            }
+            brain_main_send_data(event);
+            break;
+        }
+    }
+}
+
+class Sequence {
+  public:
+    Sequence(const uint8_t* data, size_t size) : mInput(data, size) {}
+    ~Sequence() {
+        if (mHost.joinable()) mHost.join();
+        brain_main_exit();
+    }
+
+    void run() {
+        while (!mInput.empty()) step();
+    }
+
+  private:
+    void step() {
+        switch (mInput.draw(16)) {
+            case 0:
+            case 1:
+            case 2:
+                mClock.advance(mInput.draw(8));
+                mLoop.turn();
+                break;
+            case 3:
+                mLoop.end();
+                break;
+            case 4:
+                mClock.advance(300000);
+                break;
+            case 5:
+            case 6:
+                mWorker.act();
+                break;
+            case 7:
+            case 8:
+                callEngine(mInput);
+                break;
+            case 9:
+                if (mInput.draw(4) == 1 && !mHost.joinable()) mHost = std::thread(hostMain, this);
+                break;
+            case 10:
+                mNetwork.finishTraining(mInput.draw(2) == 0 ? TRAINING_SUCCESS : TRAINING_FAILED);
+                break;
+            default:
+                mLoop.act();
+                break;
+        }
+    }
+
+    static void hostMain(Sequence* self) {
+        for (int i = 0; i < 10 && !self->mInput.empty(); ++i) callEngine(self->mInput);
+    }
+
+    BootClock mClock{1000};
+    ScriptedZml mNetwork;
+    Input mInput;
+    LocalLoop mLoop{mInput};
+    Worker mWorker{mInput};
+    std::thread mHost;
+};
+
+size_t openDescriptors() {
+    return entriesOf("/proc/self/fd").size();
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const TempDir folder;
+    const size_t descriptors = openDescriptors();
+    Sequence(data, size).run();
+    promise(gObjects == 0, "whatever was posted is released");
+    promise(openDescriptors() == descriptors, "no descriptor is left open");
+    for (const std::string& left : entriesOf(folder.path())) remove(folder.file(left).c_str());
+    return 0;
+}

@@ -9,6 +9,7 @@
 # make arm64       cross-build everything for 64-bit Arm into build-arm64/
 # make test-arm64, test-engine-arm64   and run the tests under emulation
 # make install     the public headers, libraries and package files below PREFIX (DESTDIR before it)
+# make fuzz, faults, soak, coverage   attack the engine and measure what its tests reach (cmake/attack.mk)
 # make kills       kill running replays 300 times (KILLS=N) and judge what each next start finds
 # make install-tools   the program with its manual and completion, below PREFIX
 # make pictures    the README's pictures, from the demo's trace
@@ -128,6 +129,8 @@ pictures: demo
 format:
 	@cmake/setup.sh lint
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+include cmake/attack.mk
 
 clean:
 	rm -rf build build-*

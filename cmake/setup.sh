@@ -5,6 +5,7 @@
 #   tests     the tests
 #   browser   the tests of the report's page, and the pictures
 #   bench     the benchmarks
+#   coverage  measuring what the tests reach
 #   arm64     running what was built for 64-bit Arm
 #   lint      the checks of the sources
 set -eu
@@ -36,6 +37,7 @@ for purpose; do
     browser) unless_found chromium chromium chromium-browser google-chrome ;;
     bench) packages="$packages googletest catch2" ;;
     arm64) packages="$packages qemu-user-static" ;;
+    coverage) packages="$packages llvm" ;;
     lint) packages="$packages clang-format clang-tidy" ;;
     *)
         echo "setup: there is no purpose $purpose" >&2

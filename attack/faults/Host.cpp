@@ -5,6 +5,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
@@ -24,7 +25,7 @@ constexpr int32_t CODE_CPU = 16;
 constexpr int KNOWN_APPS = 40;
 constexpr int LEARNED_OPENINGS = 6300;  // a fifth goes with the training
 constexpr int MARK_SECONDS = 301;
-constexpr int PATIENCE_SECONDS = 1;
+constexpr int PATIENCE_MS = 1000;  // with an event; it wears out
 constexpr int TRAINING_POLLS = 2000;
 constexpr useconds_t POLL_US = 10000;
 
@@ -65,9 +66,7 @@ class Daemon {
         const auto init = [this] { return mEngine.init(nullptr); };
         if (call("init", init) != 0) call("init", init);
     }
-    void stop() {
-        call("exit", mEngine.exit);
-    }
+    void stop() { call("exit", mEngine.exit); }
     void open(const std::string& package) {
         Event* const event = newEvent(CODE_OPENED);
         event->package = package;
@@ -100,9 +99,7 @@ class Daemon {
         function = reinterpret_cast<Function>(dlsym(RTLD_DEFAULT, name));
     }
 
-    Event* newEvent(int32_t code) {
-        return new Event(code, mGiven);
-    }
+    Event* newEvent(int32_t code) { return new Event(code, mGiven); }
 
     // Waits until the event has been handled, which a failing call may put off.
     void send(Event* event) {
@@ -111,10 +108,14 @@ class Daemon {
         sent.reset();
         timespec until{};
         clock_gettime(CLOCK_REALTIME, &until);
-        until.tv_sec += PATIENCE_SECONDS;
+        until.tv_sec += mPatienceMs / 1000;
+        until.tv_nsec += mPatienceMs % 1000 * 1000000;
+        until.tv_sec += until.tv_nsec / 1000000000;
+        until.tv_nsec %= 1000000000;
         while (sem_timedwait(mGiven, &until) != 0) {
             if (errno != ETIMEDOUT) continue;
-            printf("HOST an event was handled late\n");
+            printf("LATE\n");
+            mPatienceMs = std::max(mPatienceMs / 2, 10);
             mGiven = newSemaphore();
             return;
         }
@@ -138,6 +139,7 @@ class Daemon {
     void (*mAdvance)(int) = nullptr;
     std::vector<std::string> mInstalled;
     sem_t* mGiven = newSemaphore();
+    int mPatienceMs = PATIENCE_MS;
 };
 
 void callShim(const char* name) {
@@ -149,7 +151,7 @@ void printCounts() {
     const auto count = reinterpret_cast<int (*)(int)>(dlsym(RTLD_DEFAULT, "fault_count"));
     if (count == nullptr) return;
     for (int kind = 0; kind < CALL_KINDS; ++kind) {
-        printf("CALLS %s %d\n", CALL_NAMES[kind], count(kind));
+        printf("CALLS %s %d\n", CALLS[kind].name, count(kind));
     }
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
-// What a daemon does with libksbrain.so in the sweep of failing calls, each a process of its own with a
-// /data/system of its own. Prints what the library answered, where it did not answer 0, and how many
-// calls of each kind were made.
+// What a daemon does with libksbrain.so in the sweep of failing calls, each a process of its own
+// with a /data/system of its own. Prints what the library answered, where it did not answer 0, and
+// how many calls of each kind were made.
 
 // Makes a phone that has learned for weeks: everything is stored, a network trained, a history long
 // enough for the next training.

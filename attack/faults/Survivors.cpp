@@ -42,7 +42,8 @@ Survivors::Survivors(const std::string& directory, const std::string& log) {
         {"names", contains(log, "load app map ok") ? numberAfter(file(APP_TABLE), "appmap ") : 0},
         {"history", std::count(history.begin(), history.end(), '\n')},
         {"scored", numberAfter(evaluation, "AppOpenCount ")},
-        {"usage", contains(log, "load app usage ok") ? strtol(file(USAGE).c_str(), nullptr, 10) : 0},
+        {"usage",
+         contains(log, "load app usage ok") ? strtol(file(USAGE).c_str(), nullptr, 10) : 0},
         {"network", contains(log, "ZmlAdapter inited and trained") ? 1 : 0},
         {"predicted", numberAfter(log, "PREDICTED ")},
     };
@@ -50,7 +51,8 @@ Survivors::Survivors(const std::string& directory, const std::string& log) {
 
 std::string Survivors::toString() const {
     std::string text;
-    for (const Item& item : items) text += std::string(item.name) + " " + std::to_string(item.count) + "  ";
+    for (const Item& item : items)
+        text += std::string(item.name) + " " + std::to_string(item.count) + "  ";
     return text;
 }
 
@@ -63,13 +65,14 @@ Judgement judge(const Survivors& survivors, const Survivors& before, const Survi
         // A training drops a part of the history: what is appended after it is this run's.
         const long ofThisRun = std::string(name) == "history" ? OPENINGS : 0;
         // Only the predictor that is in use is scored, from 0 when it comes into use.
-        const bool otherScored = std::string(name) == "scored" &&
-                                 survivors.scoredNetwork != before.scoredNetwork;
+        const bool otherScored =
+            std::string(name) == "scored" && survivors.scoredNetwork != before.scoredNetwork;
         const bool lost = count < least - ofThisRun && !otherScored;
         judgement.verdict = std::max(judgement.verdict, lost ? Verdict::LOST : Verdict::SHORT);
         judgement.what += std::string(judgement.what.empty() ? "" : ", ") + name + " " +
-                          std::to_string(count) + " (before " + std::to_string(before.items[i].count) +
-                          ", undisturbed " + std::to_string(undisturbed.items[i].count) + ")";
+                          std::to_string(count) + " (before " +
+                          std::to_string(before.items[i].count) + ", undisturbed " +
+                          std::to_string(undisturbed.items[i].count) + ")";
     }
     return judgement;
 }

@@ -19,8 +19,8 @@ struct Survivors {
     std::string toString() const;
 };
 
-// How much of what there was before a run, and of what the run itself came to when nothing failed, has
-// survived it.
+// How much of what there was before a run, and of what the run itself came to when nothing failed,
+// has survived it.
 enum class Verdict {
     SAME,   // all of it
     SHORT,  // what there was before, and not all of the run's

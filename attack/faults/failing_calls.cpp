@@ -1,7 +1,8 @@
-// Preloaded, this lets calls of the C library fail that a program makes: FAULT=open:3:24 fails the third
-// call of open() and its like with errno 24, FAULT=write:2:28:0 the second write() and all after it
-// (0 may be any number of failures). Only calls between fault_begin() and fault_end() count, and not
-// those of the thread that called fault_begin(), unless it says otherwise with fault_here().
+// Preloaded, this lets calls of the C library fail that a program makes: FAULT=open:3:24 fails the
+// third call of open() and its like with errno 24, FAULT=write:2:28:0 the second write() and all
+// after it (0 may be any number of failures). Only calls between fault_begin() and fault_end()
+// count, and not those of the thread that called fault_begin(), unless it says otherwise with
+// fault_here().
 //
 // Nothing of a C++ library is used, since the failures must not meet this one.
 
@@ -15,6 +16,7 @@
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -49,7 +51,7 @@ __attribute__((constructor)) void readFault() {
     gTimes = 1;
     if (sscanf(fault, "%31[^:]:%d:%d:%d", name, &gFirst, &gErrno, &gTimes) < 3) abort();
     for (int kind = 0; kind < CALL_KINDS; ++kind) {
-        if (strcmp(name, CALL_NAMES[kind]) == 0) gKind = kind;
+        if (strcmp(name, CALLS[kind].name) == 0) gKind = kind;
     }
     if (gKind < 0) abort();
 }
@@ -68,7 +70,8 @@ bool fails(CallKind kind, const char* path, int fd = -1) {
         target[length < 0 ? 0 : length] = '\0';
         path = target;
     }
-    const int length = snprintf(line, sizeof(line), "FAULT %s %d %s\n", CALL_NAMES[kind], number, path);
+    const int length =
+        snprintf(line, sizeof(line), "FAULT %s %d %s\n", CALLS[kind].name, number, path);
     gExempt = true;  // this line goes out
     if (write(STDERR_FILENO, line, static_cast<size_t>(length)) < 0) abort();
     gExempt = false;
@@ -90,8 +93,7 @@ Function* behind(const char* name) {
 
 }  // namespace
 
-#define BEHIND(function) \
-    static auto* const next = behind<decltype(function)>(#function)
+#define BEHIND(function) static auto* const next = behind<decltype(function)>(#function)
 
 extern "C" {
 
@@ -152,7 +154,9 @@ SHIM int __isoc99_vfscanf(FILE* stream, const char* format, va_list arguments) {
 }
 SHIM ssize_t write(int fd, const void* from, size_t size) {
     BEHIND(write);
-    return fails(CALL_WRITE, "", fd) ? -1 : next(fd, from, size);
+    struct stat status;
+    const bool isFile = syscall(SYS_fstat, fd, &status) == 0 && S_ISREG(status.st_mode);
+    return fails(isFile ? CALL_WRITE : CALL_WAKE, "", fd) ? -1 : next(fd, from, size);
 }
 SHIM size_t fwrite(const void* from, size_t size, size_t count, FILE* stream) {
     BEHIND(fwrite);

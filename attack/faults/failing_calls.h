@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-// The kinds of calls that failing_calls.cpp lets fail, each with what it says as a rule when it does.
+// The kinds of calls that failing_calls.cpp lets fail: first those that files need.
 enum CallKind {
     CALL_OPEN,
     CALL_FOPEN,
@@ -17,6 +17,8 @@ enum CallKind {
     CALL_MKDIR,
     CALL_STAT,
     CALL_FSYNC,
+    FILE_CALL_KINDS,
+    CALL_WAKE = FILE_CALL_KINDS,  // write() to an eventfd
     CALL_CLOCK,
     CALL_EVENTFD,
     CALL_EPOLL_CREATE,
@@ -27,13 +29,17 @@ enum CallKind {
     CALL_KINDS,
 };
 
-constexpr const char* CALL_NAMES[CALL_KINDS] = {
-    "open",   "fopen",  "read", "fread", "write",         "fwrite",  "fflush",
-    "fclose", "rename", "unlink", "mkdir", "stat",         "fsync",   "clock_gettime",
-    "eventfd", "epoll_create", "epoll_ctl", "epoll_wait", "pthread_create", "malloc",
+// Each with what it fails with as a rule.
+struct FailingCall {
+    const char* name;
+    int error;
 };
-
-constexpr int USUAL_ERRNOS[CALL_KINDS] = {
-    EMFILE, EMFILE, EIO,    EIO,    ENOSPC, ENOSPC, ENOSPC, ENOSPC, EIO,    ENOSPC,
-    ENOSPC, EIO,    EIO,    EINVAL, EMFILE, EMFILE, ENOMEM, EINTR,  EAGAIN, ENOMEM,
+constexpr FailingCall CALLS[CALL_KINDS] = {
+    {"open", EMFILE},      {"fopen", EMFILE},          {"read", EIO},
+    {"fread", EIO},        {"write", ENOSPC},          {"fwrite", ENOSPC},
+    {"fflush", ENOSPC},    {"fclose", ENOSPC},         {"rename", EIO},
+    {"unlink", EIO},       {"mkdir", ENOSPC},          {"stat", EIO},
+    {"fsync", EIO},        {"wake", EAGAIN},           {"clock_gettime", EINVAL},
+    {"eventfd", EMFILE},   {"epoll_create", EMFILE},   {"epoll_ctl", ENOMEM},
+    {"epoll_wait", EINTR}, {"pthread_create", EAGAIN}, {"malloc", ENOMEM},
 };

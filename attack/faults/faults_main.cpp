@@ -19,10 +19,10 @@
 #include "attack/faults/failing_calls.h"
 #include "tools/common/DataDirectory.h"
 
-// ksbrain-faults: runs a daemon's day with libksbrain.so over and over, lets one call of the C library
-// fail in each (or all from that one on), starts again without failures and judges what has survived.
-// Fails when an outcome is not among those that docs/robustness.md promises. Started with a
-// /data/system of its own (platform/workstation/private-data.sh).
+// ksbrain-faults: runs a daemon's day with libksbrain.so over and over, lets one call of the C
+// library fail in each (or all from that one on), starts again without failures and judges what has
+// survived. Fails when an outcome is not among those that docs/robustness.md promises. Started with
+// a /data/system of its own (platform/workstation/private-data.sh).
 
 namespace {
 
@@ -31,12 +31,13 @@ namespace fs = std::filesystem;
 constexpr std::chrono::seconds PATIENCE(15);
 constexpr std::chrono::milliseconds POLL(2);
 constexpr size_t LOG_SHOWN = 700;
+constexpr size_t MOST_LATE = 3;
 
 struct Options {
-    std::string host;   // the part that this process is to play; empty for the sweep itself
+    std::string host;  // the part that this process is to play; empty for the sweep itself
     std::string shim;
-    std::string call;   // this kind alone
-    int at = 0;         // this call alone
+    std::string call;  // this kind alone
+    int at = 0;        // this call alone
     int most = 40;
     int times = 1;
     bool fresh = false;
@@ -44,7 +45,7 @@ struct Options {
 };
 
 // What came of a run, worse and worse.
-enum class Outcome { SAME, LATE, REFUSED, SHORT, ENDED, LOST, CRASHED, HUNG };
+enum class Outcome { SAME, LATE, REFUSED, SHORT, ENDED, LOST, CRASHED, DEAF, HUNG };
 
 constexpr struct {
     const char* name;
@@ -58,6 +59,7 @@ constexpr struct {
     {"ended", true, "the process ended and said why; what was there before is whole"},
     {"LOST", false, "something is gone that had been stored before"},
     {"CRASHED", false, "the process ended and did not say why"},
+    {"DEAF", false, "events were taken and not handled"},
     {"HUNG", false, "a call never came back"},
 };
 constexpr size_t OUTCOME_COUNT = std::size(OUTCOMES);
@@ -68,12 +70,20 @@ std::string readText(const std::string& path) {
     return text.str();
 }
 
+size_t countOf(const std::string& text, const std::string& part) {
+    size_t count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
 bool contains(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
 }
 
 // How a process ended: as waitpid() has it, -1 when it had to be killed.
-int runHost(const Options& options, const char* part, const std::string& fault, const std::string& log) {
+int runHost(const Options& options, const char* part, const std::string& fault,
+            const std::string& log) {
     const pid_t child = fork();
     if (child == 0) {
         const int out = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
@@ -100,9 +110,12 @@ int runHost(const Options& options, const char* part, const std::string& fault, 
 class Sweep {
   public:
     explicit Sweep(const Options& options)
-        : mOptions(options), mLog(mWorkspace.path() + "/log"), mLearned(mWorkspace.path() + "/learned") {
+        : mOptions(options),
+          mLog(mWorkspace.path() + "/log"),
+          mLearned(mWorkspace.path() + "/learned") {
         if (fs::exists(DATA_DIRECTORY)) {
-            throw std::runtime_error(std::string(DATA_DIRECTORY) + " is there: this is no private one");
+            throw std::runtime_error(std::string(DATA_DIRECTORY) +
+                                     " is there: this is no private one");
         }
         if (!options.fresh) {
             requireGoodEnd("prepare");
@@ -111,7 +124,7 @@ class Sweep {
         mBefore = check();
         restore();
         requireGoodEnd("run");
-        for (const char* const name : CALL_NAMES) mCalls[name] = countOf(name);
+        for (const FailingCall& call : CALLS) mCalls[call.name] = callsOf(call.name);
         mUndisturbed = check();
         printf("before       %s\nundisturbed  %s\n\n", mBefore.toString().c_str(),
                mUndisturbed.toString().c_str());
@@ -122,8 +135,10 @@ class Sweep {
         printf("%-15s %6s %6s", "call", "calls", "tried");
         for (const auto& outcome : OUTCOMES) printf(" %8s", outcome.name);
         printf("\n");
-        for (int kind = 0; kind < CALL_KINDS; ++kind) {
-            if (mOptions.call.empty() || mOptions.call == CALL_NAMES[kind]) sweepKind(kind);
+        // A clock or a loop that fails for ever is none that a phone has.
+        const size_t kinds = mOptions.times == 1 ? CALL_KINDS : FILE_CALL_KINDS;
+        for (size_t kind = 0; kind < kinds; ++kind) {
+            if (mOptions.call.empty() || mOptions.call == CALLS[kind].name) sweepKind(CALLS[kind]);
         }
         printf("\n");
         for (const auto& outcome : OUTCOMES) printf("%-8s %s\n", outcome.name, outcome.meaning);
@@ -138,7 +153,7 @@ class Sweep {
         }
     }
 
-    int countOf(const char* call) {
+    int callsOf(const char* call) {
         const std::string key = std::string("CALLS ") + call + " ";
         const std::string text = readText(mLog);
         const size_t at = text.find(key);
@@ -163,22 +178,24 @@ class Sweep {
         for (int i = 1; i <= calls; ++i) {
             if (calls <= most || i <= most / 3 || i > calls - most / 6) places.insert(i);
         }
-        for (int i = 0; calls > most && i < most / 2; ++i) places.insert(1 + i * 2 * (calls - 1) / most);
+        for (int i = 0; calls > most && i < most / 2; ++i)
+            places.insert(1 + i * 2 * (calls - 1) / most);
         return places;
     }
 
-    void sweepKind(int kind) {
-        const char* const name = CALL_NAMES[kind];
+    void sweepKind(const FailingCall& call) {
+        const char* const name = call.name;
         std::array<int, OUTCOME_COUNT> tally{};
         const std::set<int> places = placesOf(mCalls[name]);
         for (const int place : places) {
             const std::string fault = std::string(name) + ":" + std::to_string(place) + ":" +
-                                      std::to_string(USUAL_ERRNOS[kind]) + ":" +
+                                      std::to_string(call.error) + ":" +
                                       std::to_string(mOptions.times);
             ++tally[static_cast<size_t>(tryFault(fault))];
         }
         printf("%-15s %6d %6zu", name, mCalls[name], places.size());
-        for (const int count : tally) printf(" %8s", count == 0 ? "." : std::to_string(count).c_str());
+        for (const int count : tally)
+            printf(" %8s", count == 0 ? "." : std::to_string(count).c_str());
         printf("\n");
         fflush(stdout);
     }
@@ -190,7 +207,8 @@ class Sweep {
         const Judgement judgement = judge(check(), mBefore, mUndisturbed);
         const Outcome outcome = outcomeOf(status, log, judgement);
         const auto& kind = OUTCOMES[static_cast<size_t>(outcome)];
-        const std::string line = std::string(kind.name) + "  FAULT=" + fault + "  " + judgement.what;
+        const std::string line =
+            std::string(kind.name) + "  FAULT=" + fault + "  " + judgement.what;
         const std::string shown = log.substr(0, std::min(LOG_SHOWN, log.find("CALLS ")));
         if (!kind.documented) mFindings.push_back(line + "\n" + shown);
         if (mOptions.verbose) printf("%s\n%s\n", line.c_str(), shown.c_str());
@@ -199,13 +217,15 @@ class Sweep {
 
     static Outcome outcomeOf(int status, const std::string& log, const Judgement& judgement) {
         const bool saidWhy = contains(log, "ERROR ") || contains(log, "FATAL ");
+        const size_t late = countOf(log, "LATE\n");
         if (status == -1) return Outcome::HUNG;
+        if (late > MOST_LATE) return Outcome::DEAF;
         if (status != 0 && !saidWhy) return Outcome::CRASHED;
         if (judgement.verdict == Verdict::LOST) return Outcome::LOST;
         if (status != 0) return Outcome::ENDED;
         if (judgement.verdict == Verdict::SHORT) return Outcome::SHORT;
         if (contains(log, " answered ")) return Outcome::REFUSED;
-        return contains(log, "handled late") ? Outcome::LATE : Outcome::SAME;
+        return late > 0 ? Outcome::LATE : Outcome::SAME;
     }
 
     const Options& mOptions;

@@ -28,8 +28,9 @@ void Descriptors::add(Looper& looper) {
     mPipes.push_back({this, ends[0], ends[1], mInput.draw(2) == 0});
     Pipe& pipe = mPipes.back();
     const bool plain = mInput.draw(4) == 0;  // read empty by the looper itself
-    promise(looper.addEventHandler(pipe.watched, plain ? nullptr : readable, &pipe, removed, EPOLLIN),
-            "a new descriptor is taken");
+    promise(
+        looper.addEventHandler(pipe.watched, plain ? nullptr : readable, &pipe, removed, EPOLLIN),
+        "a new descriptor is taken");
     promise(!looper.addEventHandler(pipe.watched, nullptr, nullptr, nullptr, EPOLLIN),
             "a descriptor is taken once");
 }

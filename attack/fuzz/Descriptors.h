@@ -16,8 +16,9 @@ class Descriptors {
 
     void add(Looper& looper);
 
-    // Writes to one of them, hangs it up, or has the looper forget it. `inTurn`: between the looper's
-    // events, of which those of a forgotten descriptor would be taken for its number's next owner.
+    // Writes to one of them, hangs it up, or has the looper forget it. `inTurn`: between the
+    // looper's events, of which those of a forgotten descriptor would be taken for its number's
+    // next owner.
     void disturb(Looper& looper, bool inTurn);
 
     // To be called round each turn of the looper.

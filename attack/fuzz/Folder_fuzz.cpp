@@ -7,11 +7,11 @@
 #include "preload/AppPreloadModel.h"
 #include "zml/test/ScriptedZml.h"
 
-// A data directory of any content. The engine starts on it, applications are opened, a prediction is
-// asked for, the five-minute work is done; then it starts on what it has left.
+// A data directory of any content. The engine starts on it, applications are opened, a prediction
+// is asked for, the five-minute work is done; then it starts on what it has left.
 //
-// The input is text: the names that are opened, a line each, then the files, each behind a line with
-// its sign below.
+// The input is text: the names that are opened, a line each, then the files, each behind a line
+// with its sign below.
 
 namespace {
 
@@ -19,10 +19,14 @@ constexpr struct {
     const char* sign;
     const char* name;
 } FILES[] = {
-    {"=m\n", "AppPreloadMap"},        {"=M\n", "AppPreloadMap.bak"},
-    {"=u\n", "AppUsage"},             {"=U\n", "AppUsage.bak"},
-    {"=b\n", "AppPreloadBayesModel"}, {"=B\n", "AppPreloadBayesModel.bak"},
-    {"=e\n", "AppPreloadEvaluation"}, {"=h\n", "AppHistory"},
+    {"=m\n", "AppPreloadMap"},
+    {"=M\n", "AppPreloadMap.bak"},
+    {"=u\n", "AppUsage"},
+    {"=U\n", "AppUsage.bak"},
+    {"=b\n", "AppPreloadBayesModel"},
+    {"=B\n", "AppPreloadBayesModel.bak"},
+    {"=e\n", "AppPreloadEvaluation"},
+    {"=h\n", "AppHistory"},
 };
 constexpr char HISTORY[] = "AppHistory";
 constexpr size_t MAX_OPENINGS = 15;  // a batch of the Bayes model and some more

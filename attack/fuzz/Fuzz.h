@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <string>
 
-// What the fuzz targets share. Each defines LLVMFuzzerTestOneInput(), which is handed one input after
-// another for as long as the process lives. All of the engine's log lines are put together, and none
-// is shown.
+// What the fuzz targets share. Each defines LLVMFuzzerTestOneInput(), which is handed one input
+// after another for as long as the process lives. All of the engine's log lines are put together,
+// and none is shown.
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 

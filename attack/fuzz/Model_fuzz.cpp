@@ -1,11 +1,20 @@
+#include <sanitizer/allocator_interface.h>
+
 #include "attack/fuzz/Fuzz.h"
 #include "platform/testing/TempDir.h"
 #include "preload/Bayes.h"
 
 // A file of any content as the Bayes model: it is asked, learns a batch and is read back.
 
+namespace {
+
+constexpr size_t MODEST = 16 << 20;
+
+}  // namespace
+
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const TempDir folder;
+    const size_t allocated = __sanitizer_get_current_allocated_bytes();
     folder.write("model", asText(data, size));
     const std::string path = folder.file("model");
     const auto model = Bayes::createBayesFromModel(path.c_str());
@@ -15,6 +24,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (const float score : model->predict(x)) promise(!(score < 0), "no score is negative");
     if (model->update({x, {0, 1, 1, 2}}, {2, 0}) != Bayes::OK) return 0;
     for (const float score : model->predict(x)) promise(!(score < 0), "no score is negative");
+    promise(__sanitizer_get_current_allocated_bytes() < allocated + MODEST,
+            "a small file does not take much memory");
 
     const std::string saved = folder.read("model");
     const auto again = Bayes::createBayesFromModel(path.c_str());

@@ -23,6 +23,9 @@ namespace {
 
 constexpr int DELAYS[] = {0, 1, 2, 5, 100, -3, INT_MAX, INT_MIN};
 constexpr int RESULTS[] = {-1, -1, 0, 1, 7, -2};
+constexpr int VOCABULARY = 30;
+constexpr int HISTORY = 5000;
+constexpr int FIVE_MINUTES = 300000;
 constexpr const char* NAMES[] = {"com.a", "com.b", "", "com.veltra.launcher", "com.c with blank"};
 
 std::atomic<int> gObjects{0};
@@ -263,6 +266,27 @@ class Worker {
     bool mExiting = false;
 };
 
+std::string appName(int number) {
+    return "com.app" + std::to_string(number);
+}
+
+// Enough of a history for a training.
+std::string longHistory() {
+    std::string history;
+    for (int i = 0; i < HISTORY; ++i) history += appName(i % VOCABULARY) + "\n";
+    return history;
+}
+
+void send(int code, const std::string& package) {
+    sp<BrainEvent> event(new BrainEvent);
+    event->type = code;
+    event->package = package;
+    if (code == 6) event->charging = 1;
+    for (int i = 0; code == 4 && i < VOCABULARY; ++i) event->packageList.push_back(appName(i));
+    event->hasPackageList = 1;
+    brain_main_send_data(event);
+}
+
 // One call of the five functions. Any thread of the host's.
 void callEngine(Input& input) {
     switch (input.draw(8)) {
@@ -295,7 +319,9 @@ void callEngine(Input& input) {
 
 class Sequence {
   public:
-    Sequence(const uint8_t* data, size_t size) : mInput(data, size) {}
+    Sequence(const TempDir& folder, const uint8_t* data, size_t size) : mInput(data, size) {
+        if (mInput.draw(4) == 1) folder.write("AppHistory", longHistory());
+    }
     ~Sequence() {
         if (mHost.joinable()) mHost.join();
         brain_main_exit();
@@ -307,7 +333,7 @@ class Sequence {
 
   private:
     void step() {
-        switch (mInput.draw(16)) {
+        switch (mInput.draw(17)) {
             case 0:
             case 1:
             case 2:
@@ -318,7 +344,7 @@ class Sequence {
                 mLoop.end();
                 break;
             case 4:
-                mClock.advance(300000);
+                mClock.advance(FIVE_MINUTES);
                 break;
             case 5:
             case 6:
@@ -333,6 +359,12 @@ class Sequence {
                 break;
             case 10:
                 mNetwork.finishTraining(mInput.draw(2) == 0 ? TRAINING_SUCCESS : TRAINING_FAILED);
+                break;
+            case 11:
+                send(4, appName(0));
+                send(6, "");
+                mClock.advance(FIVE_MINUTES);
+                send(12, "");
                 break;
             default:
                 mLoop.act();
@@ -361,7 +393,7 @@ size_t openDescriptors() {
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const TempDir folder;
     const size_t descriptors = openDescriptors();
-    Sequence(data, size).run();
+    Sequence(folder, data, size).run();
     promise(gObjects == 0, "whatever was posted is released");
     promise(openDescriptors() == descriptors, "no descriptor is left open");
     for (const std::string& left : entriesOf(folder.path())) remove(folder.file(left).c_str());

@@ -19,9 +19,7 @@
 
 namespace {
 
-constexpr int32_t CODE_OPENED = 4;
-constexpr int32_t CODE_CHARGING = 6;
-constexpr int32_t CODE_CPU = 16;
+constexpr int32_t PROCESSOR_BUSY = 16;  // an event of which nothing is learned
 constexpr int KNOWN_APPS = 40;
 constexpr int LEARNED_OPENINGS = 6300;  // a fifth goes with the training
 constexpr int MARK_SECONDS = 301;
@@ -68,7 +66,7 @@ class Daemon {
     }
     void stop() { call("exit", mEngine.exit); }
     void open(const std::string& package) {
-        Event* const event = newEvent(CODE_OPENED);
+        Event* const event = newEvent(BrainEvent::APP_OPENED);
         event->package = package;
         event->packageList = mInstalled;
         event->hasPackageList = 1;
@@ -76,7 +74,7 @@ class Daemon {
     }
     void install(const std::string& package) { mInstalled.push_back(package); }
     void charge(bool charging) {
-        Event* const event = newEvent(CODE_CHARGING);
+        Event* const event = newEvent(BrainEvent::CHARGING);
         event->charging = charging ? 1 : 0;
         send(event);
     }
@@ -89,7 +87,7 @@ class Daemon {
     // Lets five minutes pass and waits for the end of a training.
     void mark() {
         mAdvance(MARK_SECONDS);
-        send(newEvent(CODE_CPU));  // whatever wakes the loop
+        send(newEvent(PROCESSOR_BUSY));  // whatever wakes the loop
         for (int i = 0; i < TRAINING_POLLS && isTraining(); ++i) usleep(POLL_US);
     }
 

@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "attack/faults/Host.h"
-#include "tools/common/EngineFileNames.h"
+#include "preload/FileNames.h"
 
 using namespace engine_file;
 

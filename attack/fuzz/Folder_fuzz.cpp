@@ -65,7 +65,7 @@ std::vector<std::string> linesOf(const std::string& text) {
 
 void use(AppPreloadModel& model, const std::vector<std::string>& names) {
     sp<BrainEvent> event(new BrainEvent);
-    event->type = 4;
+    event->type = BrainEvent::APP_OPENED;
     event->hasPackageList = 1;
     event->packageList = names;
     for (const std::string& name : names) {

@@ -281,8 +281,9 @@ void send(int code, const std::string& package) {
     sp<BrainEvent> event(new BrainEvent);
     event->type = code;
     event->package = package;
-    if (code == 6) event->charging = 1;
-    for (int i = 0; code == 4 && i < VOCABULARY; ++i) event->packageList.push_back(appName(i));
+    if (code == BrainEvent::CHARGING) event->charging = 1;
+    for (int i = 0; code == BrainEvent::APP_OPENED && i < VOCABULARY; ++i)
+        event->packageList.push_back(appName(i));
     event->hasPackageList = 1;
     brain_main_send_data(event);
 }
@@ -307,7 +308,7 @@ void callEngine(Input& input) {
         default: {
             sp<BrainEvent> event(input.draw(20) == 1 ? nullptr : new BrainEvent);
             if (event) {
-                event->type = input.draw(2) == 0 ? 4 : input.draw(25) - 1;
+                event->type = input.draw(2) == 0 ? BrainEvent::APP_OPENED : input.draw(25) - 1;
                 event->package = input.drawOf(NAMES);
                 event->charging = static_cast<uint8_t>(input.draw(2));
             }
@@ -361,8 +362,8 @@ class Sequence {
                 mNetwork.finishTraining(mInput.draw(2) == 0 ? TRAINING_SUCCESS : TRAINING_FAILED);
                 break;
             case 11:
-                send(4, appName(0));
-                send(6, "");
+                send(BrainEvent::APP_OPENED, appName(0));
+                send(BrainEvent::CHARGING, "");
                 mClock.advance(FIVE_MINUTES);
                 send(12, "");
                 break;

@@ -1,3 +1,4 @@
+#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "attack/fuzz/Fuzz.h"
@@ -30,7 +31,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const std::string answer = conversation.answer(rest.substr(0, end));
         rest.erase(0, end + 1);
         promise(answer.find('\n') == answer.size() - 1, "an answer is a line");
-        promise(Json::accept(answer), "an answer is JSON");
+        promise(nlohmann::json::accept(answer), "an answer is JSON");
     }
     return 0;
 }

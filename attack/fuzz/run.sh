@@ -25,8 +25,8 @@ for target; do
     found=
     "$folder/attack/fuzz/${target}_fuzz" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
         -malloc_limit_mb=64 -print_final_stats=1 -artifact_prefix="$folder/findings/$target-" \
-        "$corpus" "seeds/$target" >"$log" 2>&1 || found="  FOUND something: $log"
-    [ -z "$found" ] || status=1
+        "$corpus" "seeds/$target" >"$log" 2>&1 || status=1 found="  FOUND $(grep -m 1 -o \
+        'broken promise.*\|ERROR: .*\|runtime error.*' "$log" || echo something) ($log)"
     awk -v target="$target" -v found="$found" '
         / cov: / { edges = $4 }
         /^stat::number_of_executed_units/ { executions = $2 }

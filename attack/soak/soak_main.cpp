@@ -14,7 +14,7 @@
 #include "looper/test/BootClock.h"
 #include "platform/testing/TempDir.h"
 #include "platform/workstation/SettableEnvironment.h"
-#include "tools/common/EngineFileNames.h"
+#include "preload/FileNames.h"
 #include "tools/common/EngineLog.h"
 #include "tools/serve/HostEvent.h"
 
@@ -26,8 +26,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int CODE_OPENED = 4;
-constexpr int CODE_CHARGING = 6;
 constexpr int FIRST_OTHER_CODE = 10;  // battery, memory, processor and so on
 constexpr int OTHER_CODES = 10;
 constexpr time_t FIRST_DAY = 1709510400;  // a Monday, 00:00 UTC
@@ -136,7 +134,7 @@ class Phone {
     // Opens the next application and asks which may follow.
     void open() {
         sp<BrainEvent> event(new BrainEvent);
-        event->type = CODE_OPENED;
+        event->type = BrainEvent::APP_OPENED;
         mApp =
             mRandom() % 4 == 0 ? mRandom() % mInstalled.size() : (mApp * 7 + 1) % mInstalled.size();
         event->package = mInstalled[mApp];
@@ -178,7 +176,7 @@ class Phone {
 
     static sp<BrainEvent> charging(bool on) {
         sp<BrainEvent> event(new BrainEvent);
-        event->type = CODE_CHARGING;
+        event->type = BrainEvent::CHARGING;
         event->charging = on ? 1 : 0;
         return event;
     }

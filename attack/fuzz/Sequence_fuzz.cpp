@@ -1,15 +1,11 @@
-#include <limits.h>
-
-#include <atomic>
-#include <memory>
 #include <thread>
 #include <vector>
 
-#include "attack/fuzz/Descriptors.h"
 #include "attack/fuzz/Fuzz.h"
 #include "attack/fuzz/Input.h"
+#include "attack/fuzz/LocalLoop.h"
+#include "attack/fuzz/Posting.h"
 #include "brain/BrainMainApi.h"
-#include "looper/Handler.h"
 #include "looper/LooperThread.h"
 #include "looper/test/BootClock.h"
 #include "platform/testing/TempDir.h"
@@ -21,191 +17,10 @@
 
 namespace {
 
-constexpr int DELAYS[] = {0, 1, 2, 5, 100, -3, INT_MAX, INT_MIN};
-constexpr int RESULTS[] = {-1, -1, 0, 1, 7, -2};
 constexpr int VOCABULARY = 30;
 constexpr int HISTORY = 5000;
 constexpr int FIVE_MINUTES = 300000;
 constexpr const char* NAMES[] = {"com.a", "com.b", "", "com.veltra.launcher", "com.c with blank"};
-
-std::atomic<int> gObjects{0};
-
-// What a task or a message holds. Sends through a handler when it is released.
-class Sender : public RefBase {
-  public:
-    explicit Sender(Handler* handler, int delayMs) : mHandler(handler), mDelayMs(delayMs) {
-        ++gObjects;
-    }
-    ~Sender() override {
-        --gObjects;
-        if (mHandler == nullptr) return;
-        const sp<Message> message = mHandler->obtainMessage(2, nullptr);
-        mDelayMs < 0 ? mHandler->sendMessage(message)
-                     : mHandler->sendDelayedMessage(message, mDelayMs);
-    }
-
-  private:
-    Handler* const mHandler;
-    const int mDelayMs;  // negative for at once
-};
-
-// Goes on with the input whenever something is called back.
-class Actor : public Handler {
-  public:
-    Actor(Looper* looper, void (*act)(void*), void* user)
-        : Handler(looper), mAct(act), mUser(user) {}
-
-    void handleMessage(sp<Message> /*message*/) override { mAct(mUser); }
-    void run() { mAct(mUser); }
-    void runHolding(sp<RefBase> /*held*/) { mAct(mUser); }
-
-    Callback<void (*)()> task(const sp<RefBase>& held) {
-        const UnsafeRawPtr<Actor> self(this);
-        return held ? Callback<void (*)()>(&Actor::runHolding, self, held)
-                    : Callback<void (*)()>(&Actor::run, self);
-    }
-
-  private:
-    void (*const mAct)(void*);
-    void* const mUser;
-};
-
-class QuitListener : public LooperQuitListener {
-  public:
-    QuitListener(Looper& looper, bool removesItself)
-        : mLooper(looper), mRemovesItself(removesItself) {}
-    void onLooperQuit() override {
-        if (mRemovesItself) mLooper.removeQuitListener(this);
-    }
-
-  private:
-    Looper& mLooper;
-    const bool mRemovesItself;
-};
-
-// Posts to a looper in all its ways. Any thread, while the looper lives.
-void post(Input& input, Looper& looper, Actor& actor, std::vector<int>& ids) {
-    sp<RefBase> held;
-    if (input.draw(2) == 1)
-        held = new Sender(input.draw(3) == 0 ? nullptr : &actor, input.draw(4) - 1);
-    switch (input.draw(4)) {
-        case 0:
-            looper.sendTask(actor.task(held));
-            break;
-        case 1:
-            ids.push_back(looper.sendDelayTask(actor.task(held), input.drawOf(DELAYS)));
-            break;
-        case 2:
-            actor.obtainMessage(held, 1, 2)->sendToTarget();
-            break;
-        default:
-            actor.sendDelayedMessage(actor.obtainMessage(held, 1), input.drawOf(DELAYS));
-            break;
-    }
-}
-
-// A looper on the calling thread, turn by turn.
-class LocalLoop {
-  public:
-    explicit LocalLoop(Input& input) : mInput(input) {}
-    ~LocalLoop() { end(); }
-
-    void act() {
-        if (!mLooper) begin();
-        ++mDepth;
-        switch (mInput.draw(9)) {
-            case 0:
-                mTimerIds.push_back(mTimer->addTimerCallback(mInput.drawOf(DELAYS), timeOut, this));
-                break;
-            case 1:
-                if (!mTimerIds.empty()) mTimer->removeTimerCallback(drawId(mTimerIds));
-                break;
-            case 2:
-                if (!mTaskIds.empty()) mLooper->releaseDelayTask(drawId(mTaskIds));
-                break;
-            case 3:
-                if (mInput.draw(8) == 1) mTimer->clearTimerQueue();
-                break;
-            case 4:
-                mPipes->add(*mLooper);
-                break;
-            case 5:
-                mPipes->disturb(*mLooper, mTurning);
-                break;
-            case 6:
-                if (mInput.draw(4) == 1) mLooper->addTerminatedHandler();
-                break;
-            case 7:
-                mLooper->addQuitListener(new QuitListener(*mLooper, mInput.draw(2) == 1));
-                break;
-            default:
-                post(mInput, *mLooper, *mActor, mTaskIds);
-                break;
-        }
-        --mDepth;
-    }
-
-    void turn() {
-        if (!mLooper || mDepth > 0 || mTurning) return;
-        mTurning = true;
-        mPipes->setTurning(true);
-        mLooper->processEvents(0, mTimer);
-        mPipes->setTurning(false);
-        mTurning = false;
-    }
-
-    void end() {
-        if (!mLooper || mDepth > 0 || mTurning) return;
-        mTurning = true;  // for what is called back meanwhile
-        if (mInput.draw(2) == 1) mKeptTimer = mTimer;
-        mLooper->clearEvents();
-        ++mDepth;
-        Looper* const looper = mLooper.get();
-        promise(looper->getStrongCount() == 1, "nothing in flight holds a looper");
-        mLooper.reset();
-        --mDepth;
-        mTurning = false;
-        mActor.reset();
-        mPipes.reset();
-        mTimer.reset();
-        mTimerIds.clear();
-        mTaskIds.clear();
-    }
-
-  private:
-    void begin() {
-        mTimer = mKeptTimer ? mKeptTimer : sp<KsTimer>(new KsTimer);
-        mLooper = new Looper(mTimer);
-        mTimer->setTimerNotifier(mLooper.get());
-        mActor = new Actor(mLooper.get(), calledBack, this);
-        mPipes = std::make_unique<Descriptors>(mInput, calledBack, this);
-    }
-
-    int drawId(const std::vector<int>& ids) {
-        return ids[static_cast<size_t>(mInput.draw(static_cast<int>(ids.size())))];
-    }
-
-    static void calledBack(void* self) {
-        auto* const loop = static_cast<LocalLoop*>(self);
-        // The actor and the pipes are still there while the looper is being destroyed.
-        if (loop->mLooper && !loop->mInput.empty()) loop->act();
-    }
-    static int timeOut(void* self) {
-        calledBack(self);
-        return static_cast<LocalLoop*>(self)->mInput.drawOf(RESULTS);
-    }
-
-    Input& mInput;
-    sp<KsTimer> mTimer;
-    sp<KsTimer> mKeptTimer;  // outlives its looper, and serves the next
-    sp<Looper> mLooper;
-    sp<Actor> mActor;
-    std::unique_ptr<Descriptors> mPipes;
-    std::vector<int> mTimerIds;
-    std::vector<int> mTaskIds;
-    int mDepth = 0;
-    bool mTurning = false;
-};
 
 // A looper's thread, to which the calling thread posts.
 class Worker {
@@ -282,8 +97,7 @@ void send(int code, const std::string& package) {
     event->type = code;
     event->package = package;
     if (code == BrainEvent::CHARGING) event->charging = 1;
-    for (int i = 0; code == BrainEvent::APP_OPENED && i < VOCABULARY; ++i)
-        event->packageList.push_back(appName(i));
+    for (int i = 0; i < VOCABULARY; ++i) event->packageList.push_back(appName(i));
     event->hasPackageList = 1;
     brain_main_send_data(event);
 }
@@ -395,7 +209,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const TempDir folder;
     const size_t descriptors = openDescriptors();
     Sequence(folder, data, size).run();
-    promise(gObjects == 0, "whatever was posted is released");
+    promise(Sender::sAlive == 0, "whatever was posted is released");
     promise(openDescriptors() == descriptors, "no descriptor is left open");
     for (const std::string& left : entriesOf(folder.path())) remove(folder.file(left).c_str());
     return 0;

@@ -9,6 +9,7 @@
 #include "looper/LooperThread.h"
 #include "looper/test/BootClock.h"
 #include "platform/testing/TempDir.h"
+#include "tools/serve/HostEvent.h"
 #include "zml/test/ScriptedZml.h"
 
 // Timers, a looper, handlers, a looper's thread and the five functions of the library, in an order
@@ -92,14 +93,20 @@ std::string longHistory() {
     return history;
 }
 
+// Returns when the engine has handled the event, or refused it.
 void send(int code, const std::string& package) {
-    sp<BrainEvent> event(new BrainEvent);
+    sp<HostEvent> event(new HostEvent);
     event->type = code;
     event->package = package;
     if (code == BrainEvent::CHARGING) event->charging = 1;
     for (int i = 0; i < VOCABULARY; ++i) event->packageList.push_back(appName(i));
     event->hasPackageList = 1;
-    brain_main_send_data(event);
+    const sp<HandledLatch> handled = event->handled();
+    sp<BrainEvent> sent(event);
+    event.reset();
+    brain_main_send_data(sent);
+    sent.reset();
+    handled->wait();
 }
 
 // One call of the five functions. Any thread of the host's.

@@ -1,7 +1,6 @@
 #include "base/LogThreshold.h"
 
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -32,22 +31,6 @@ KS_AS_GETENV const char* search(char* const* entries) {
 void write(int level) {
     const std::string name(NAME_AND_SIGN, VALUE - 1);
     setenv(name.c_str(), std::to_string(level).c_str(), 1);
-}
-
-void writeFirst(int level) {
-    write(level);
-    char** old = environ;
-    const char* const value = text();
-    if (old == nullptr || value == nullptr) return;
-    // Never freed: whoever walks the environment may be at any entry of it.
-    static std::vector<char*>& entries = *new std::vector<char*>;
-    entries.push_back(const_cast<char*>(value - VALUE));
-    for (char** entry = old; *entry != nullptr; ++entry) {
-        if (!isVariable(*entry)) entries.push_back(*entry);
-    }
-    entries.push_back(nullptr);
-    __atomic_compare_exchange_n(&environ, &old, entries.data(), false, __ATOMIC_RELEASE,
-                                __ATOMIC_RELAXED);
 }
 
 }  // namespace log_threshold

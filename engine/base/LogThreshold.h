@@ -55,9 +55,4 @@ KS_AS_GETENV inline int read() {
 // Sets the variable.
 void write(int level);
 
-// Sets the variable and has it stand first in the environment, where it is found soonest. The C
-// library leaves it there until it is unset. Only for the logger's start: what another thread
-// changes in the environment at the same moment may be lost.
-void writeFirst(int level);
-
 }  // namespace log_threshold

@@ -55,7 +55,7 @@ Logger::Logger() : mLevel(LEVEL_DEBUG), mDefaultLevel(DEFAULT_LEVEL) {
                         errno);
     if (errno < 0 || !isLevel(level)) level = DEFAULT_LEVEL;
     mDefaultLevel = level;
-    log_threshold::writeFirst(level);
+    log_threshold::write(level);
 }
 
 bool Logger::admits(unsigned char level) {

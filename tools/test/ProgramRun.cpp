@@ -42,3 +42,7 @@ ProgramRun runKsbrain(const std::vector<std::string>& arguments, const std::stri
     return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), streams.read("out"),
             streams.read("err")};
 }
+
+bool isEmulated() {
+    return *KSBRAIN_EMULATOR != 0;
+}

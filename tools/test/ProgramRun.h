@@ -19,3 +19,6 @@ struct ProgramRun {
 ProgramRun runKsbrain(const std::vector<std::string>& arguments, const std::string& input = "",
                       const std::function<void(pid_t)>& meanwhile = nullptr,
                       const std::vector<std::string>& launcher = {});
+
+// Whether the program is another machine's, which a shell of this one cannot start.
+bool isEmulated();

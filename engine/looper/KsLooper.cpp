@@ -396,7 +396,7 @@ void KsLooper::drain(int fd) {
     ssize_t length = 0;
     do {
         length = read(fd, buffer, sizeof(buffer));
-    } while (length == sizeof(buffer));  // less, as from an eventfd, was all there is
+    } while (length > 0);
     const int error = errno;
     if (length == -1 && error != EAGAIN) {
         FRAMEWORK_LOG(LEVEL_WARNING, TAG, "Error while clearing the read buffer on fd %d", fd);

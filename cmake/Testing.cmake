@@ -24,7 +24,7 @@ if(CMAKE_CROSSCOMPILING)
 endif()
 
 # GoogleTest's headers are compiled once for all test programs.
-file(WRITE ${CMAKE_BINARY_DIR}/gtest_headers.cpp "")
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/gtest_headers.cpp CONTENT "")
 add_library(gtest_headers STATIC EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/gtest_headers.cpp)
 target_compile_options(gtest_headers PRIVATE ${KSBRAIN_WARNINGS} -fno-rtti -fPIE)  # as programs are
 target_link_libraries(gtest_headers PUBLIC GTest::gmock GTest::gtest_main)

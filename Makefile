@@ -78,7 +78,7 @@ demo: build
 	@TZ=UTC $(BUILD)/ksbrain report --charging 23:00-07:00 -o $(BUILD)/demo/report.html $(BUILD)/demo/trace.csv
 
 lint:
-	@cmake/setup.sh build tests lint
+	@cmake/setup.sh build lint
 	@cmake/lint.sh
 
 bench:

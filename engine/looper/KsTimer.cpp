@@ -155,6 +155,7 @@ void KsTimer::logRemovalOfFired(int id) {
 }
 
 void KsTimer::removeTimerCallbacks(std::vector<int> ids) {
+    // As std::sort() would, which for numbers is one more symbol asked of the phone's library.
     std::make_heap(ids.begin(), ids.end());
     std::sort_heap(ids.begin(), ids.end());
     EventQueue removed;  // outlives the lock, as above

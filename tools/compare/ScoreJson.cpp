@@ -130,9 +130,7 @@ bool isDay(const std::string& text) {
     tm date{};
     if (strptime(text.c_str(), "%Y-%m-%d", &date) == nullptr) return false;
     timegm(&date);  // makes a day that its month has not one of the next month
-    char again[32];
-    strftime(again, sizeof(again), "%Y-%m-%d", &date);
-    return again == text;
+    return timeText(date, "%Y-%m-%d") == text;
 }
 
 uint64_t openingsOf(uint64_t count) {

@@ -1,7 +1,6 @@
 #include "tools/compare/ScoreLines.h"
 
 #include <map>
-#include <sstream>
 
 #include "tools/common/InputError.h"
 #include "tools/common/Text.h"
@@ -15,12 +14,11 @@ class ScoreReader {
     void read(const std::string& path) {
         std::string place = (path == "-" ? "standard input" : printable(path)) + ":1";
         try {
-            std::istringstream lines(readTraceText(path));
-            std::string line;
-            for (size_t number = 1; std::getline(lines, line); ++number) {
-                place.replace(place.rfind(':') + 1, std::string::npos, std::to_string(number));
+            size_t number = 0;
+            readTextLines(path, [&](const std::string& line) {
+                place.replace(place.rfind(':') + 1, std::string::npos, std::to_string(++number));
                 add(parseScore(line), place);
-            }
+            });
         } catch (const InputError& error) {
             throw InputError(place + ": " + error.what());
         }

@@ -13,11 +13,9 @@ struct Place {
     std::array<HitCounts*, 3> counts;
 };
 
-// By the clock on the wall.
-uint32_t hourOfWeek(time_t moment) {
-    tm local{};
-    localtime_r(&moment, &local);
-    return static_cast<uint32_t>((local.tm_wday + 6) % 7 * 24 + local.tm_hour);
+// From Monday's first on.
+uint32_t hourOfWeek(const tm& time) {
+    return static_cast<uint32_t>((time.tm_wday + 6) % 7 * 24 + time.tm_hour);
 }
 
 // Counts the openings, each at its places.
@@ -26,8 +24,10 @@ std::vector<Place> countOpenings(const Trace& trace, TraceScore& score) {
     places.reserve(trace.size());
     for (size_t row = 0; row < trace.size(); ++row) {
         const time_t moment = wholeSeconds(trace.time(row));
-        places.push_back({localTimeText(moment, "%Y-%m-%d"),
-                          {&score.hours[hourOfWeek(moment)], &score.stretches[stretchOf(row + 1)],
+        tm local{};  // by the clock on the wall
+        localtime_r(&moment, &local);
+        places.push_back({timeText(local, "%Y-%m-%d"),
+                          {&score.hours[hourOfWeek(local)], &score.stretches[stretchOf(row + 1)],
                            &score.apps[trace.name(row)]}});
         ++score.openings[places.back().day];
         for (HitCounts* const counts : places.back().counts) ++counts->openings;

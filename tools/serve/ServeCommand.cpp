@@ -11,6 +11,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "tools/common/CommonOptions.h"
 #include "tools/common/DataDirectory.h"
@@ -27,6 +28,7 @@ namespace {
 
 constexpr size_t MAX_LINE = 16 * 1024 * 1024;
 constexpr char DATA_DIRECTORY[] = "/data/system/korvi_system";
+constexpr const char* IN_DATA = DATA_DIRECTORY + std::string_view("/data").size();
 constexpr char LEVEL_VARIABLE[] = "DYNAMIC_LOGLEVEL_ENV";
 
 struct Options {
@@ -39,7 +41,7 @@ struct Options {
 [[noreturn]] void startAgain(const std::string& root, const std::string& library, int logLevel) {
     prepareDataDirectory(root);
     // Until the shell is there; the program that comes behind it locks the same directory for good.
-    const DirectoryLock lock(root + "/system/korvi_system");
+    const DirectoryLock lock(root + IN_DATA);
     const std::string self = std::filesystem::read_symlink("/proc/self/exe");
     const char* const logOption = logLevel == 0 ? nullptr : "--log";  // a null ends the command
     execlp("sh", "sh", "-c", PRIVATE_DATA, "ksbrain", root.c_str(), self.c_str(), "serve",

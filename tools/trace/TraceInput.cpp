@@ -45,17 +45,22 @@ size_t readBlock(const InputFile& file, char* to, size_t size) {
     return static_cast<size_t>(count);
 }
 
+// False at the end.
+bool appendBlock(const InputFile& file, std::string& bytes) {
+    const size_t size = bytes.size();
+    bytes.resize(size + BLOCK_SIZE);
+    const size_t count = readBlock(file, &bytes[size], BLOCK_SIZE);
+    bytes.resize(size + count);
+    return count > 0;
+}
+
 std::string readBytes(const std::string& path) {
     const InputFile file = openFile(path);
     std::string bytes;
-    for (;;) {
-        const size_t size = bytes.size();
-        if (size > MAX_SIZE) throw InputError("the file is larger than 1 GiB");
-        bytes.resize(size + BLOCK_SIZE);
-        const size_t count = readBlock(file, &bytes[size], BLOCK_SIZE);
-        bytes.resize(size + count);
-        if (count == 0) return bytes;
+    while (appendBlock(file, bytes)) {
+        if (bytes.size() > MAX_SIZE) throw InputError("the file is larger than 1 GiB");
     }
+    return bytes;
 }
 
 void appendUtf8(std::string& to, uint32_t c) {
@@ -109,4 +114,20 @@ std::string readTraceText(const std::string& path) {
     }
     if (startsWith(bytes, "\xEF\xBB\xBF")) bytes.erase(0, 3);
     return bytes;
+}
+
+void readTextLines(const std::string& path, const std::function<void(const std::string&)>& take) {
+    const InputFile file = openFile(path);
+    std::string rest;  // of a line whose end is yet to come
+    size_t known = 0;  // so much of it holds no newline
+    while (appendBlock(file, rest)) {
+        size_t begin = 0;
+        for (size_t end; (end = rest.find('\n', known)) != std::string::npos; known = begin) {
+            take(rest.substr(begin, end - begin));
+            begin = end + 1;
+        }
+        rest.erase(0, begin);
+        known = rest.size();
+    }
+    if (!rest.empty()) take(rest);
 }

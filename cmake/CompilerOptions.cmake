@@ -63,12 +63,13 @@ endif()
 set(KSBRAIN_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wthread-safety -Werror)
 
 # ksbrain_library(NAME SOURCES...): a static library of the engine's, without exceptions and run-time
-# type information.
+# type information. Exceptions of others pass through it (base/ExceptionBarrier.h).
 function(ksbrain_library name)
     add_library(${name} STATIC ${ARGN})
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/engine)
     target_compile_options(${name} PRIVATE
-        ${KSBRAIN_WARNINGS} -fno-exceptions -fno-rtti ${KSBRAIN_ENGINE_OPTIMIZATION})
+        ${KSBRAIN_WARNINGS} -fno-exceptions -fno-rtti -funwind-tables
+        ${KSBRAIN_ENGINE_OPTIMIZATION})
 endfunction()
 
 # ksbrain_run_path(NAME FOLDERS): where what is installed looks for its libraries, and from the start: a

@@ -5,6 +5,7 @@
 
 #include <cstring>
 
+#include "base/ExceptionBarrier.h"
 #include "base/Logger.h"
 
 namespace {
@@ -48,14 +49,16 @@ int SimpleThread::start(const char* name, int priority, unsigned long stackSize)
 }
 
 void* SimpleThread::_threadEntry(void* argument) {
-    const sp<SimpleThread> self(static_cast<SimpleThread*>(argument));
-    self->mSelf.reset();
-    // The creator may not have stored the handle yet: this thread asks for its own.
-    if (!self->mName.empty() && pthread_setname_np(pthread_self(), self->mName.c_str()) != 0) {
-        FRAMEWORK_LOG(LEVEL_ERROR, "SimpleThread", "set thread name error: %s",
-                      self->mName.c_str());
-    }
-    self->innerRun();
+    guarded("a thread", [argument] {
+        const sp<SimpleThread> self(static_cast<SimpleThread*>(argument));
+        self->mSelf.reset();
+        // The creator may not have stored the handle yet: this thread asks for its own.
+        if (!self->mName.empty() && pthread_setname_np(pthread_self(), self->mName.c_str()) != 0) {
+            FRAMEWORK_LOG(LEVEL_ERROR, "SimpleThread", "set thread name error: %s",
+                          self->mName.c_str());
+        }
+        self->innerRun();
+    });
     return nullptr;
 }
 

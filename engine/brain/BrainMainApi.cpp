@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "base/ExceptionBarrier.h"
 #include "base/Logger.h"
 #include "base/Mutex.h"
 #include "brain/BrainMain.h"
@@ -77,53 +78,61 @@ class StopAtExit {
 }  // namespace
 
 int brain_main_init(void* respHandler) {
-    MutexLock lock(gApiLock);
-    if (gLoop && gBrain) return 0;
-    static StopAtExit stopAtExit;
-    stopLocked();
-    if (brainMainEntry() != 0) return -1;
+    return guarded("brain_main_init", [&] {
+        MutexLock lock(gApiLock);
+        if (gLoop && gBrain) return 0;
+        static StopAtExit stopAtExit;
+        stopLocked();
+        if (brainMainEntry() != 0) return -1;
 
-    sp<BrainEvent> event(new BrainEvent);
-    event->responseHandler = respHandler;
-    ENGINE_LOG(LEVEL_DEBUG, TAG, "brain_main_init response Handler: %p", respHandler);
-    postLocked(event, BrainEvent::INIT);
+        sp<BrainEvent> event(new BrainEvent);
+        event->responseHandler = respHandler;
+        ENGINE_LOG(LEVEL_DEBUG, TAG, "brain_main_init response Handler: %p", respHandler);
+        postLocked(event, BrainEvent::INIT);
 
-    const sp<AppPreloadModel> model(new AppPreloadModel);
-    setModel(model);
-    sp<BrainDataListener> listener(model);
-    gBrain->registerDataListener(listener);
-    model->start(gLoop->getLooper());
-    return 0;
+        const sp<AppPreloadModel> model(new AppPreloadModel);
+        setModel(model);
+        sp<BrainDataListener> listener(model);
+        gBrain->registerDataListener(listener);
+        model->start(gLoop->getLooper());
+        return 0;
+    });
 }
 
 int brain_main_exit() {
-    MutexLock lock(gApiLock);
-    if (gLoop) postLocked(new BrainEvent, BrainEvent::EXIT);
-    stopLocked();
-    return 0;
+    return guarded("brain_main_exit", [] {
+        MutexLock lock(gApiLock);
+        if (gLoop) postLocked(new BrainEvent, BrainEvent::EXIT);
+        stopLocked();
+        return 0;
+    });
 }
 
 int brain_main_send_data(sp<BrainEvent>& event) {
-    MutexLock lock(gApiLock);
-    if (!gLoop) {
-        ENGINE_LOG(LEVEL_INFO, TAG, "ks: send data error--gLoop is null");
-        return -1;
-    }
-    if (!gBrain) {
-        ENGINE_LOG(LEVEL_INFO, TAG, "ks: send data error--gBrain is null");
-        return -1;
-    }
-    if (!event) return -1;
-    postLocked(event, event->type);
-    return 0;
+    return guarded("brain_main_send_data", [&] {
+        MutexLock lock(gApiLock);
+        if (!gLoop) {
+            ENGINE_LOG(LEVEL_INFO, TAG, "ks: send data error--gLoop is null");
+            return -1;
+        }
+        if (!gBrain) {
+            ENGINE_LOG(LEVEL_INFO, TAG, "ks: send data error--gBrain is null");
+            return -1;
+        }
+        if (!event) return -1;
+        postLocked(event, event->type);
+        return 0;
+    });
 }
 
 int brain_main_app_preload_predict(std::vector<std::string>& out) {
-    MutexLock lock(gModelLock);
-    if (!gModelMade) return 0;
-    ENGINE_LOG(LEVEL_INFO, TAG, "call brain_main_app_preload_predict");
-    if (gModel) out = gModel->predict();
-    return 0;
+    return guarded("brain_main_app_preload_predict", [&] {
+        MutexLock lock(gModelLock);
+        if (!gModelMade) return 0;
+        ENGINE_LOG(LEVEL_INFO, TAG, "call brain_main_app_preload_predict");
+        if (gModel) out = gModel->predict();
+        return 0;
+    });
 }
 
 int brain_main_app_clean_predict() {

@@ -8,8 +8,8 @@
 #if defined(KSBRAIN_SHARED_LAYOUT)
 
 // The five functions of libksbrain.so. They return 0 for success and -1 for failure and never
-// throw. Any host thread may call them, but not the engine's own worker: not from an event's
-// onLastRef(), for instance.
+// throw: where memory runs out they end the process with a line in the log. Any host thread may
+// call them, but not the engine's own worker: not from an event's onLastRef(), for instance.
 
 #define KSBRAIN_EXPORT __attribute__((visibility("default")))
 

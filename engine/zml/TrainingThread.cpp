@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "base/Environment.h"
+#include "base/ExceptionBarrier.h"
 #include "zml/Log.h"
 
 namespace zml {
@@ -98,10 +99,12 @@ bool TrainingThread::isIdle() {
 }
 
 void* TrainingThread::threadMain(void* self) {
-    const std::unique_ptr<std::shared_ptr<TrainingThread>> thread(
-        static_cast<std::shared_ptr<TrainingThread>*>(self));
-    lowerPriority();
-    (*thread)->run();
+    guarded("a training", [self] {
+        const std::unique_ptr<std::shared_ptr<TrainingThread>> thread(
+            static_cast<std::shared_ptr<TrainingThread>*>(self));
+        lowerPriority();
+        (*thread)->run();
+    });
     return nullptr;
 }
 

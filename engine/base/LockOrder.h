@@ -11,6 +11,7 @@ enum class LockRank : unsigned char {
 
     LISTENERS,  // of the dispatcher
     MODEL,
+    LIVING_ADAPTERS,  // held throughout a training's callback
     ADAPTER,
     BAYES,
 

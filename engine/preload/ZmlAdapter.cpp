@@ -10,9 +10,11 @@
 #include <utility>
 
 #include "base/Environment.h"
+#include "base/ExceptionBarrier.h"
 #include "base/Logger.h"
 #include "preload/FileAccess.h"
 #include "preload/FileNames.h"
+#include "preload/LivingAdapters.h"
 #include "preload/Ranking.h"
 #include "preload/TextTable.h"
 #include "zml/ZmlSessionManager.h"
@@ -51,6 +53,7 @@ void writeUsage(std::ostream& stream, const std::vector<AppUsage>& table) {
 }  // namespace
 
 ZmlAdapter::ZmlAdapter() {
+    living_adapters::add(this);
     MutexLock lock(mLock);
     if (!initData()) {
         mState = STATE_DATA_ERROR;
@@ -60,14 +63,15 @@ ZmlAdapter::ZmlAdapter() {
 }
 
 ZmlAdapter::~ZmlAdapter() {
+    living_adapters::remove(
+        this);  // a callback under way comes to its end, a later one finds nobody
     {
         MutexLock lock(mLock);
         if (mSession == nullptr) return;
         mSession->releaseNetwork();
         mSession = nullptr;
-        mState = STATE_NONE;  // a callback that has begun and waits for mLock finds nothing to do
     }
-    // Waits for such a callback, and so must not hold the lock.
+    // May wait for a later callback, and so must not hold a lock.
     ZmlSessionManager::getInstance()->releaseSessionLocked(SESSION_NAME);
 }
 
@@ -195,19 +199,28 @@ bool ZmlAdapter::trainLocked(int* sequence, int length) {
 }
 
 void ZmlAdapter::trainingCallback(TrainingResult result, void* adapter) {
-    ZmlAdapter* const self = static_cast<ZmlAdapter*>(adapter);
-    MutexLock lock(self->mLock);
-    if (self->mState != STATE_TRAINING) {
+    guarded("trainingCallback", [=] {
+        auto* const self = static_cast<ZmlAdapter*>(adapter);
+        bool expected = false;
+        living_adapters::visit(self, [&] { expected = self->endTraining(result); });
+        if (expected) return;
         ENGINE_LOG(LEVEL_WARNING, TAG, "state is not TRANING, while training Callback execute");
-    } else if (result != TRAINING_SUCCESS) {
+    });
+}
+
+bool ZmlAdapter::endTraining(TrainingResult result) {
+    MutexLock lock(mLock);
+    if (mState != STATE_TRAINING) return false;
+    if (result != TRAINING_SUCCESS) {
         ENGINE_LOG(LEVEL_ERROR, TAG, "ZmlAdapter trainingCallback:result failed %d", result);
-        self->mState = STATE_FAILED;
-    } else {
-        self->mSession->releaseNetwork();
-        if (!self->loadNetworkLocked()) return;
-        ++self->mTrainingsReady;  // before the state, for those who wait for the state alone
-        self->mState = STATE_READY;
+        mState = STATE_FAILED;
+        return true;
     }
+    mSession->releaseNetwork();
+    if (!loadNetworkLocked()) return true;
+    ++mTrainingsReady;  // before the state, for those who wait for the state alone
+    mState = STATE_READY;
+    return true;
 }
 
 bool ZmlAdapter::loadNetworkLocked() {

@@ -15,7 +15,7 @@
 // packages.
 //
 // Any thread may call. The training's end comes on the library's thread; the destructor waits for
-// it when it is under way.
+// it when it is under way, and it may come later still.
 class ZmlAdapter {
   public:
     enum State : int32_t {
@@ -85,7 +85,12 @@ class ZmlAdapter {
         REQUIRES(mLock);
     void retrainLocked(std::vector<AppUsage> table) REQUIRES(mLock);
     bool trainLocked(int* sequence, int length) REQUIRES(mLock);
+
+    // On the library's thread; the adapter may be gone.
     static void trainingCallback(TrainingResult result, void* adapter);
+
+    // False when no training was under way.
+    bool endTraining(TrainingResult result) EXCLUDES(mLock);
 
     // Loads the trained network; false, in STATE_FAILED, when that fails.
     bool loadNetworkLocked() REQUIRES(mLock);

@@ -3,6 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <thread>
+
 #include "platform/testing/LogCapture.h"
 #include "platform/testing/TempDir.h"
 #include "zml/test/ScriptedZml.h"
@@ -240,6 +245,53 @@ TEST_F(ZmlAdapterTest, predictsFromTheTwoNewestKnownApps) {
     mZml.setScript(script);
     EXPECT_THAT(predict(adapter), IsEmpty());
     EXPECT_EQ(mZml.calls().back(), "predictSequence 5 5");
+}
+
+TEST_F(ZmlAdapterThreads, aCallbackAfterTheDestructionFindsNobody) {
+    auto adapter = std::make_unique<ZmlAdapter>();
+    open(*adapter, 5000, 30);
+    update(*adapter, 1);
+    const auto endTraining = mZml.takeTraining();
+    ASSERT_TRUE(endTraining);
+    adapter.reset();
+    const size_t calls = mZml.calls().size();
+    std::thread(endTraining, TRAINING_SUCCESS).join();
+    std::thread(endTraining, TRAINING_FAILED).join();
+    EXPECT_EQ(mLog.count("WARNING  state is not TRANING, while training Callback execute"), 2);
+    EXPECT_EQ(mZml.calls().size(), calls);
+}
+
+TEST_F(ZmlAdapterThreads, callbacksMayComeAtAnyMomentOfTheDestruction) {
+    std::function<void(TrainingResult)> endTraining;
+    std::optional<ZmlAdapter> adapter;  // always at one address
+    std::atomic<int> sent{0};
+    std::atomic<bool> done{false};
+    std::thread library;
+    for (int round = 0; round < 400; ++round) {
+        adapter.emplace();
+        const bool trains = round % 20 == 0;
+        if (trains) {
+            open(*adapter, 5000, 30);
+            update(*adapter, 1);
+            if (round == 0) {
+                endTraining = mZml.takeTraining();
+                library = std::thread([&] {
+                    for (; !done; ++sent) {
+                        endTraining(TRAINING_SUCCESS);
+                        std::this_thread::yield();
+                    }
+                });
+            }
+        }
+        const int before = sent;
+        while (sent < before + 2) std::this_thread::yield();  // one has come since
+        EXPECT_TRUE(adapter->ready());
+        EXPECT_EQ(adapter->trainingsReady(), trains ? 1 : 0);
+        adapter.reset();
+        mLog.clear();
+    }
+    done = true;
+    library.join();
 }
 
 TEST_F(ZmlAdapterThreads, aCallbackDuringTheDestructionFindsNothingToDo) {

@@ -2,6 +2,7 @@
 
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include "zml/ZmlSessionManager.h"
 
@@ -52,15 +53,23 @@ std::vector<int> ScriptedZml::sequence() const {
 }
 
 bool ScriptedZml::finishTraining(TrainingResult result) {
-    Training training;
-    {
-        std::lock_guard<std::mutex> lock(gLock);
-        std::swap(training, gDouble.training);
-        if (training.callback == nullptr) return false;
-        if (result == TRAINING_SUCCESS) gDouble.script.networkTrained = true;
-    }
-    std::thread(training.callback, result, training.user).join();
+    const std::function<void(TrainingResult)> end = takeTraining();
+    if (!end) return false;
+    std::thread(end, result).join();
     return true;
+}
+
+std::function<void(TrainingResult)> ScriptedZml::takeTraining() {
+    std::lock_guard<std::mutex> lock(gLock);
+    const Training training = std::exchange(gDouble.training, {});
+    if (training.callback == nullptr) return {};
+    return [training](TrainingResult result) {
+        if (result == TRAINING_SUCCESS) {
+            std::lock_guard<std::mutex> trained(gLock);
+            gDouble.script.networkTrained = true;
+        }
+        training.callback(result, training.user);
+    };
 }
 
 ZmlSession::ZmlSession(std::shared_ptr<zml::SessionState> state) : mState(std::move(state)) {}

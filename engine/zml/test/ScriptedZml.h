@@ -47,6 +47,10 @@ class ScriptedZml {
     // callback has returned. False when none waits.
     bool finishTraining(TrainingResult result);
 
+    // Takes the training that waits, to be ended by a call of what is returned: whenever, and on
+    // whatever thread. Empty when none waits.
+    std::function<void(TrainingResult)> takeTraining();
+
   private:
     ScriptedZml(const ScriptedZml&) = delete;
     ScriptedZml& operator=(const ScriptedZml&) = delete;

@@ -2,9 +2,13 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <cstdio>
+#include <cstring>
 #include <memory>
+#include <new>
 #include <optional>
 #include <thread>
 
@@ -245,6 +249,22 @@ TEST_F(ZmlAdapterTest, predictsFromTheTwoNewestKnownApps) {
     mZml.setScript(script);
     EXPECT_THAT(predict(adapter), IsEmpty());
     EXPECT_EQ(mZml.calls().back(), "predictSequence 5 5");
+}
+
+TEST_F(ZmlAdapterTest, anExceptionDoesNotLeaveTheCallback) {
+    ZmlAdapter adapter;
+    open(adapter, 5000, 30);
+    update(adapter, 1);
+    const auto fail = [&] {
+        alarm(60);
+        mLog.tell([](const char* message) {
+            fputs(message, stderr);
+            if (strstr(message, "result failed") != nullptr) throw std::bad_alloc();
+        });
+        mZml.finishTraining(TRAINING_FAILED);
+    };
+    EXPECT_EXIT(fail(), testing::KilledBySignal(SIGABRT),
+                "FATAL  an exception in trainingCallback ends the process: St9bad_alloc");
 }
 
 TEST_F(ZmlAdapterThreads, aCallbackAfterTheDestructionFindsNobody) {

@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <fstream>
 #include <future>
+#include <new>
 #include <thread>
 
 #include "base/SimpleThread.h"
@@ -56,6 +59,13 @@ class EndlessLearner : public zml::TinyLearner {
 };
 std::atomic<bool> EndlessLearner::sBegun{false};
 
+class LearnerWithoutMemory : public zml::TinyLearner {
+  public:
+    bool train(const std::vector<int>&, const std::atomic<bool>&) override {
+        throw std::bad_alloc();
+    }
+};
+
 bool hasTrainingThread() {
     for (const std::string& task : entriesOf("/proc/self/task")) {
         std::string name;
@@ -91,7 +101,7 @@ class ZmlSessionTest : public testing::Test {
     }
 
     const TempDir mDir;
-    const LogCapture mLog;
+    LogCapture mLog;
     ZmlSessionManager& mManager = *ZmlSessionManager::getInstance();
     std::vector<int> mIds = {3, 1, 4, 3, 1, 4, 3, 1, 29, 3, 1, 4};
 };
@@ -161,6 +171,18 @@ TEST_F(ZmlSessionTest, aNetworkThatCannotBeReadOrStoredIsReported) {
     Training training;
     ASSERT_EQ(training.start(session), 0);
     EXPECT_EQ(training.result(), TRAINING_FAILED);
+}
+
+TEST_F(ZmlSessionTest, aTrainingWithoutMemoryEndsTheProcess) {
+    const auto train = [&] {
+        alarm(60);
+        mLog.tell([](const char* message) { fputs(message, stderr); });
+        zml::SessionState session(NAME, [] { return std::make_unique<LearnerWithoutMemory>(); });
+        Training training;
+        if (createFresh(session) && training.start(session) == 0) training.result();
+    };
+    EXPECT_EXIT(train(), testing::KilledBySignal(SIGABRT),
+                "FATAL  an exception in a training ends the process: St9bad_alloc");
 }
 
 TEST_F(ZmlSessionThreads, releasingTheNetworkCancelsATraining) {

@@ -14,8 +14,7 @@
 
 // What comes of memory that has run out: a process of its own for every place where it can.
 
-#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer) || \
-    __has_feature(thread_sanitizer)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 #define KS_SANITIZED
 #endif
 
@@ -27,7 +26,7 @@ std::atomic<int> gWhere{NOWHERE};
 std::atomic<int> gLeft{0};  // so many allocations there succeed, none after them
 thread_local bool tHost = false;
 
-bool runsOut() {
+[[maybe_unused]] bool runsOut() {
     const int where = gWhere;
     if (where == NOWHERE || (where == ON_HOSTS_THREAD) != tHost) return false;
     return gLeft-- <= 0;

@@ -287,9 +287,9 @@ TEST_F(ZmlAdapterThreads, callbacksMayComeAtAnyMomentOfTheDestruction) {
     std::atomic<int> sent{0};
     std::atomic<bool> done{false};
     std::thread library;
-    for (int round = 0; round < 400; ++round) {
+    for (int round = 0; round < 300; ++round) {
         adapter.emplace();
-        const bool trains = round % 20 == 0;
+        const bool trains = round % 50 == 0;
         if (trains) {
             open(*adapter, 5000, 30);
             update(*adapter, 1);

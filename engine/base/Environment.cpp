@@ -1,5 +1,7 @@
 #include "base/Environment.h"
 
+#include <unistd.h>
+
 namespace environment {
 
 std::string dataDirectory() {
@@ -11,5 +13,9 @@ time_t now() {
 }
 
 void noteStorageFailure(const std::string&, int) {}
+
+bool sync(int descriptor) {
+    return fsync(descriptor) == 0;
+}
 
 }  // namespace environment

@@ -1,18 +1,18 @@
 #include "preload/AppPreloadModel.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <iterator>
+#include <sstream>
 
 #include "base/Environment.h"
 #include "base/Logger.h"
 #include "looper/Looper.h"
 #include "preload/Count.h"
-#include "preload/FileAccess.h"
 #include "preload/FileNames.h"
 
 namespace {
@@ -40,10 +40,11 @@ void readValue(std::istream& in, T& value) {
 
 }  // namespace
 
-AppPreloadModel::AppPreloadModel() {
+AppPreloadModel::AppPreloadModel()
+    : mEvaluationFile(engine_file::pathOf(engine_file::EVALUATION), PersistentFile::REPLACEABLE) {
     MutexLock lock(mLock);
     const std::string directory = environment::dataDirectory();
-    if (!fileExists(directory)) {
+    if (access(directory.c_str(), F_OK) != 0) {
         const int status = mkdir(directory.c_str(), DIRECTORY_MODE);
         if (status != 0 && errno != EEXIST) {
             ENGINE_LOG(LEVEL_ERROR, TAG, "Could not create directory status: %d, error: %s", status,
@@ -176,23 +177,21 @@ AppEvaluation& AppPreloadModel::storedEvaluationLocked() {
 // Only the evaluation of the predictor in use is kept; the other's counts end with the process.
 int AppPreloadModel::storeEvaluationLocked() {
     const AppEvaluation& evaluation = storedEvaluationLocked();
-    const std::string path = engine_file::pathOf(engine_file::EVALUATION);
-    std::ofstream out(path, std::ios::trunc);
-    out << "ai " << mUsingZml << std::endl;
-    out << "Top1AppHitCount " << evaluation.top1HitCount << std::endl;
-    out << "Top4AppHitCount " << evaluation.top4HitCount << std::endl;
-    out << "AppOpenCount " << evaluation.appOpenCount << std::endl;
-    out.close();
-    if (!out) environment::noteStorageFailure(path, errno);
+    std::ostringstream out;
+    out << "ai " << mUsingZml << '\n'
+        << "Top1AppHitCount " << evaluation.top1HitCount << '\n'
+        << "Top4AppHitCount " << evaluation.top4HitCount << '\n'
+        << "AppOpenCount " << evaluation.appOpenCount << '\n';
+    mEvaluationFile.store(out.str());
     // Said even when the file could not be written.
     ENGINE_LOG(LEVEL_DEBUG, TAG, "store Evaluation result ok");
     return 0;
 }
 
 int AppPreloadModel::loadEvaluationLocked() {
-    const std::string path = engine_file::pathOf(engine_file::EVALUATION);
-    if (!fileReadable(path)) return 0;
-    std::ifstream in(path);
+    std::string text;
+    if (mEvaluationFile.load(text) != FileRead::READ) return 0;
+    std::istringstream in(text);
     readValue(in, mUsingZml);
     AppEvaluation& evaluation = storedEvaluationLocked();
     readValue(in, evaluation.top1HitCount);

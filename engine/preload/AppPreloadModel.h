@@ -9,6 +9,7 @@
 #include "base/ThreadAnnotations.h"
 #include "preload/AppEvaluation.h"
 #include "preload/BayesAdapter.h"
+#include "preload/PersistentFile.h"
 #include "preload/SystemData.h"
 #include "preload/ZmlAdapter.h"
 
@@ -81,6 +82,7 @@ class AppPreloadModel : public BrainDataListener {
     std::vector<std::string> mPackageList GUARDED_BY(mLock);
     BayesAdapter mBayesAdapter;
     ZmlAdapter mZmlAdapter;
+    PersistentFile mEvaluationFile GUARDED_BY(mLock);
     AppEvaluation mZmlEvaluation GUARDED_BY(mLock);
     AppEvaluation mBayesEvaluation GUARDED_BY(mLock);
     bool mUsingZml GUARDED_BY(mLock) = false;  // which of them made the last prediction

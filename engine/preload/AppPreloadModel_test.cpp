@@ -160,6 +160,18 @@ TEST_F(AppPreloadModelTest, TrainsOnTheListedAppsWhileCharging) {
     EXPECT_EQ(model.trainingsReady(), 1);
 }
 
+TEST_F(AppPreloadModelTest, KeepsTheEvaluationThroughASaveThatWasCutOrCouldNotBeRead) {
+    mDir.write(EVALUATION, "ai 0\n");
+    mDir.write("AppPreloadEvaluation.bak", "ai 0\na 1\nb 2\nc 3\n");
+    EXPECT_THAT(counts(start().bayesEvaluation()), ElementsAre(1, 2, 3));
+    ASSERT_EQ(rename(mDir.file(EVALUATION).c_str(), mDir.file("kept").c_str()), 0);
+    ASSERT_EQ(mkdir(mDir.file(EVALUATION).c_str(), 0700), 0);
+    start().updateModel();
+    ASSERT_EQ(::remove(mDir.file(EVALUATION).c_str()), 0);
+    ASSERT_EQ(rename(mDir.file("kept").c_str(), mDir.file(EVALUATION).c_str()), 0);
+    EXPECT_THAT(counts(start().bayesEvaluation()), ElementsAre(1, 2, 3));
+}
+
 TEST_F(AppPreloadModelTest, LoadsWhatItCanOfTheEvaluation) {
     const struct {
         const char* content;

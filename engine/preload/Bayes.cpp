@@ -1,16 +1,12 @@
 #include "preload/Bayes.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <numeric>
+#include <cstring>
 #include <utility>
 
-#include "base/Environment.h"
 #include "base/Logger.h"
 #include "preload/BayesFile.h"
 #include "preload/Count.h"
-#include "preload/FileAccess.h"
-#include "preload/PersistentFile.h"
 
 namespace {
 
@@ -20,38 +16,18 @@ constexpr int MAX_DIMENSION = 100;
 // How many features a file may claim; it bounds the allocation, as MAX_CLASSES does.
 constexpr int MAX_STORED_DIMENSION = 1 << 16;
 
-// The part of a key that all classes share: "feature:value:".
-std::string keyPrefix(int feature, int value) {
-    return std::to_string(feature) + ':' + std::to_string(value) + ':';
-}
-
-// The class that a key names behind its prefix; -1 for text that the model would not write itself,
-// as a damaged file may hold ("007").
-int classOfKey(const std::string& key, size_t prefixLength) {
-    if (prefixLength == key.size() || (key[prefixLength] == '0' && prefixLength + 1 < key.size())) {
-        return -1;
-    }
-    int y = 0;
-    for (size_t i = prefixLength; i < key.size(); ++i) {
-        if (key[i] < '0' || key[i] > '9') return -1;
-        y = 10 * y + (key[i] - '0');
-        if (y >= Bayes::MAX_CLASSES) return -1;
-    }
-    return y;
-}
-
 // The witnesses of scoreLocked().
 
 struct NoWitness {
     static constexpr bool ENTERS_ZEROS = true;
-    void factor(size_t, int64_t, float) {}
+    void factor(size_t, int32_t, float) {}
     void products(const std::vector<float>&, float) {}
 };
 
 struct Recorder {
     static constexpr bool ENTERS_ZEROS = false;
-    void factor(size_t y, int64_t count, float value) {
-        answer.classes[y].factors.push_back({static_cast<int>(count), value});
+    void factor(size_t y, int32_t count, float value) {
+        answer.classes[y].factors.push_back({count, value});
     }
     void products(const std::vector<float>& products, float sum) {
         for (size_t y = 0; y < products.size(); ++y) answer.classes[y].product = products[y];
@@ -139,8 +115,7 @@ int Bayes::learnInnerLocked(const std::vector<std::vector<int>>& X, const std::v
     for (size_t j = 0; j < X.size(); ++j) {
         for (size_t i = 0; i < X[j].size(); ++i) {
             const int value = X[j][i];
-            countUp(
-                mDistributionXandY[keyPrefix(static_cast<int>(i), value) + std::to_string(Y[j])]);
+            mDistributionXandY.countUp(static_cast<int>(i), value, Y[j]);
             if (value > mVariableSpaceX[i]) mVariableSpaceX[i] = value;
         }
         countUp(mDistributionY[Y[j]]);
@@ -159,20 +134,21 @@ std::vector<float> Bayes::scoreLocked(const std::vector<int>& x, Witness witness
     if (!isPredictableLocked(x)) return std::vector<float>(classes);
 
     // Every step is rounded to float, in the order of the formula: the scores are exact to the bit.
-    const std::vector<int64_t> classCounts = classCountsLocked(witness.ENTERS_ZEROS);
+    // The sums of counts are exact in double, and cheaper to convert than large integers.
+    const std::vector<int32_t> classCounts = classCountsLocked(witness.ENTERS_ZEROS);
+    std::vector<int32_t> counts(classes);
     std::vector<float> scores(classes, 1.0F);
-    const auto multiply = [&](size_t y, int64_t count, int64_t denominator) {
-        const float factor = static_cast<float>(count + 1) / static_cast<float>(denominator);
+    const auto multiply = [&](size_t y, int32_t count, double denominator) {
+        const float factor = static_cast<float>(count + 1.0) / static_cast<float>(denominator);
         witness.factor(y, count, factor);
         scores[y] *= factor;
     };
     for (size_t i = 0; i < x.size(); ++i) {
-        const std::vector<int64_t> counts =
-            featureCountsLocked(static_cast<int>(i), x[i], witness.ENTERS_ZEROS);
-        const int64_t smoothing = int64_t{mVariableSpaceX[i]} + 1;
+        mDistributionXandY.lookUp(static_cast<int>(i), x[i], witness.ENTERS_ZEROS, counts);
+        const double smoothing = mVariableSpaceX[i] + 1.0;
         for (size_t y = 0; y < classes; ++y) multiply(y, counts[y], classCounts[y] + smoothing);
     }
-    const int64_t total = int64_t{mVariableSpaceY} + mTotalSampleCount;
+    const double total = static_cast<double>(mVariableSpaceY) + mTotalSampleCount;
     float sum = 0.0F;
     for (size_t y = 0; y < classes; ++y) {
         multiply(y, classCounts[y], total);
@@ -212,11 +188,10 @@ bool Bayes::isPredictableLocked(const std::vector<int>& x) {
     return true;
 }
 
-// Both count functions enter a zero for what a prediction does not find, and the next save writes
-// those zeros: the model grows by what it is asked.
-
-std::vector<int64_t> Bayes::classCountsLocked(bool entersZeros) {
-    std::vector<int64_t> counts;
+// A prediction enters a zero for each class that it does not find here or among the joint counts,
+// and the next save writes those zeros: the model grows by what it is asked.
+std::vector<int32_t> Bayes::classCountsLocked(bool entersZeros) {
+    std::vector<int32_t> counts;
     counts.reserve(static_cast<size_t>(mVariableSpaceY));
     auto entry = mDistributionY.lower_bound(0);
     for (int y = 0; y < mVariableSpaceY; ++y) {
@@ -228,23 +203,9 @@ std::vector<int64_t> Bayes::classCountsLocked(bool entersZeros) {
     return counts;
 }
 
-// One walk over the keys of this feature and value, in place of a look-up for each class.
-std::vector<int64_t> Bayes::featureCountsLocked(int feature, int value, bool entersZeros) {
-    const std::string prefix = keyPrefix(feature, value);
-    constexpr int64_t ABSENT = -1;
-    std::vector<int64_t> counts(static_cast<size_t>(mVariableSpaceY), ABSENT);
-    for (auto entry = mDistributionXandY.lower_bound(prefix);
-         entry != mDistributionXandY.end() && entry->first.compare(0, prefix.size(), prefix) == 0;
-         ++entry) {
-        const int y = classOfKey(entry->first, prefix.size());
-        if (y >= 0 && y < mVariableSpaceY) counts[static_cast<size_t>(y)] = entry->second;
-    }
-    for (size_t y = 0; y < counts.size(); ++y) {
-        if (counts[y] != ABSENT) continue;
-        counts[y] = 0;
-        if (entersZeros) mDistributionXandY.emplace(prefix + std::to_string(y), 0);
-    }
-    return counts;
+int Bayes::dimension() {
+    MutexLock lock(mLock);
+    return mDimensionX;
 }
 
 int Bayes::sampleCount() {
@@ -269,9 +230,7 @@ std::string Bayes::dumpMemory() {
         snprintf(text, sizeof(text), format, static_cast<int>(number));
         return std::string(text);
     };
-    const size_t keyBytes = std::accumulate(
-        mDistributionXandY.begin(), mDistributionXandY.end(), size_t{0},
-        [](size_t sum, const auto& entry) { return sum + entry.first.size() + sizeof(int32_t); });
+    const size_t keyBytes = mDistributionXandY.keyBytes() + 4 * mDistributionXandY.size();
     // The leading "%m" prints the text of the current errno, not a letter m.
     return line("%mDistributionXandY size %d\n", mDistributionXandY.size()) +
            line("%mDistributionXandY byte %d\n", keyBytes) +
@@ -280,86 +239,89 @@ std::string Bayes::dumpMemory() {
 }
 
 std::string Bayes::serializeLocked() {
-    ModelText out;
-    out << "mTotalSampleCount " << mTotalSampleCount << '\n';
-    out << "mDimensionX " << mDimensionX << '\n';
-    out << "mVariableSpaceX " << mListedSpaceX << '\n';
-    for (int i = 0; i < mListedSpaceX; ++i) out << mVariableSpaceX[static_cast<size_t>(i)] << '\n';
-    out << "mVariableSpaceY " << mVariableSpaceY << '\n';
-    out << "mDistributionY " << static_cast<int>(mDistributionY.size()) << '\n';
-    for (const auto& [y, count] : mDistributionY) out << y << ' ' << count << '\n';
-    out << "mDistributionXandY " << static_cast<int>(mDistributionXandY.size()) << '\n';
-    for (const auto& [key, count] : mDistributionXandY) out << key << ' ' << count << '\n';
-    return std::move(out.text());
+    constexpr size_t USUAL_LINE = 12;
+    std::string text;
+    text.reserve(USUAL_LINE * (mDistributionXandY.size() + mDistributionY.size()));
+    const auto append = [&text](const char* key, int number) {
+        text += key;
+        appendNumber(text, number);
+        text += '\n';
+    };
+    append("mTotalSampleCount ", mTotalSampleCount);
+    append("mDimensionX ", mDimensionX);
+    append("mVariableSpaceX ", mListedSpaceX);
+    for (int i = 0; i < mListedSpaceX; ++i) append("", mVariableSpaceX[static_cast<size_t>(i)]);
+    append("mVariableSpaceY ", mVariableSpaceY);
+    append("mDistributionY ", static_cast<int>(mDistributionY.size()));
+    for (const auto& [y, count] : mDistributionY) {
+        appendNumber(text, y);
+        append(" ", count);
+    }
+    append("mDistributionXandY ", static_cast<int>(mDistributionXandY.size()));
+    mDistributionXandY.appendTo(text);
+    return text;
 }
 
 int Bayes::storeDataToDiskLocked() {
-    if (mModelPath.empty()) return ERROR_NO_PATH;
-    const int error = storeModelText(mModelPath, serializeLocked());
-    if (error != OK) environment::noteStorageFailure(mModelPath, errno);
-    return error;
+    if (mFile.path().empty()) return ERROR_NO_PATH;
+    return storeModelText(mFile, serializeLocked());
 }
 
-std::unique_ptr<Bayes> Bayes::createBayesFromModel(const char* path) {
+std::unique_ptr<Bayes> Bayes::createBayesFromModel(const char* path, FileRead* read) {
+    FileRead ignored;
+    FileRead& result = read == nullptr ? ignored : *read;
+    result = FileRead::MISSING;
     if (path == nullptr) return nullptr;
-    const PersistentFile file(path);
-    if (fileExists(file.backupPath())) file.restoreBackup();
-    FILE* const stream = fopen(path, "r");
-    if (stream == nullptr) {
-        if (errno != ENOENT) environment::noteStorageFailure(path, errno);
+    std::unique_ptr<Bayes> model(new Bayes(path));
+    MutexLock lock(model->mLock);
+    std::string text;
+    result = model->mFile.load(text);
+    if (result != FileRead::READ) {
         ENGINE_LOG(LEVEL_DEBUG, TAG, "model file %s does not exist \n", path);
         return nullptr;
     }
-    std::unique_ptr<Bayes> model(new Bayes(path));
-    int error = OK;
-    {
-        MutexLock lock(model->mLock);
-        error = model->unserializeLocked(stream);
-    }
-    fclose(stream);
-    if (error != OK) {
+    if (const int error = model->unserializeLocked(text); error != OK) {
         ENGINE_LOG(LEVEL_DEBUG, TAG, "bayes unserialize error %d\n", error);
         return nullptr;
     }
     return model;
 }
 
-int Bayes::unserializeLocked(FILE* file) {
-    if (file == nullptr) return ERROR_STREAM;
-    ModelScanner scanner(file);
+int Bayes::unserializeLocked(const std::string& text) {
+    ModelScanner scanner(text);
 
     int totalSampleCount = 0;
-    if (scanner.scan("%*s %d", &totalSampleCount) == 1 && totalSampleCount <= 0) {
+    if (scanner.scanKeyAndNumber(totalSampleCount) == 1 && totalSampleCount <= 0) {
         return rejectFile(scanner);
     }
     int dimension = 0;
-    if (scanner.scan("%*s %d", &dimension) == 1 &&
+    if (scanner.scanKeyAndNumber(dimension) == 1 &&
         (dimension <= 0 || dimension > MAX_STORED_DIMENSION)) {
         return rejectFile(scanner);
     }
 
     // How many maxima follow is the dimension's affair, not that of the count written before them.
-    if (scanner.scan("%*s %*d\n") != 0) return rejectFile(scanner);
+    if (scanner.skipKeyAndNumber() != 0) return rejectFile(scanner);
     mVariableSpaceX.resize(static_cast<size_t>(dimension));
     int maximum = 0;
     for (int32_t& stored : mVariableSpaceX) {
-        if (scanner.scan("%d", &maximum) == 1 && maximum < 1) return rejectFile(scanner);
+        if (scanner.scanNumber(maximum) == 1 && maximum < 1) return rejectFile(scanner);
         stored = maximum;
     }
 
     int classes = 0;
-    if (scanner.scan("%*s %d\n", &classes) == 1 && (classes <= 0 || classes > MAX_CLASSES)) {
+    if (scanner.scanKeyAndNumber(classes) == 1 && (classes <= 0 || classes > MAX_CLASSES)) {
         return rejectFile(scanner);
     }
 
-    std::map<int, int> distributionY;
     int entries = 0;
-    if (scanner.scan("%*s %d\n", &entries) == 1 && entries <= 0) return rejectFile(scanner);
+    if (scanner.scanKeyAndNumber(entries) == 1 && entries <= 0) return rejectFile(scanner);
     int y = 0;
     int count = 0;
     bool anyRead = false;
+    std::map<int, int> distributionY;
     const auto readClass = [&] {
-        const int items = scanner.scan("%d %d\n", &y, &count);
+        const int items = scanner.scanNumbers(y, count);
         if (items == 2 && y >= 0 && count < 0) return ModelScanner::REFUSED;
         anyRead |= items > 0;
         if (anyRead) distributionY[y] = count;
@@ -367,18 +329,19 @@ int Bayes::unserializeLocked(FILE* file) {
     };
     if (!scanner.scanEntries(entries, readClass)) return rejectFile(scanner);
 
-    std::map<std::string, int> distributionXandY;
     entries = 0;
-    if (scanner.scan("%*s %d\n", &entries) == 1 && entries <= 0) return rejectFile(scanner);
-    char key[64] = "";  // ample for "feature:value:class"; a longer word is read in pieces
+    if (scanner.scanKeyAndNumber(entries) == 1 && entries <= 0) return rejectFile(scanner);
+    std::string key;
     count = 0;
-    anyRead = false;
+    JointCounts distributionXandY;
     const auto readKey = [&] {
-        const int items = scanner.scan("%63s %d\n", key, &count);
+        const int items = scanner.scanWordAndNumber(key, count);
         if (items == 2 && count < 0) return ModelScanner::REFUSED;
-        anyRead |= items > 0;
-        // The file is sorted, as a rule.
-        if (anyRead) distributionXandY.insert_or_assign(distributionXandY.end(), key, count);
+        // A zero byte ends a key: a line without any could not be read back.
+        if (const size_t end = strlen(key.c_str()); end > 0) {
+            key.resize(end);
+            distributionXandY.set(key, count);
+        }
         return items;
     };
     if (!scanner.scanEntries(entries, readKey)) return rejectFile(scanner);
@@ -388,7 +351,7 @@ int Bayes::unserializeLocked(FILE* file) {
     mDimensionX = dimension;
     mListedSpaceX = dimension;
     mVariableSpaceY = classes;
-    mDistributionY.swap(distributionY);
-    mDistributionXandY.swap(distributionXandY);
+    mDistributionY = std::move(distributionY);
+    mDistributionXandY = std::move(distributionXandY);
     return OK;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <map>
 #include <memory>
 #include <string>
@@ -9,6 +8,8 @@
 
 #include "base/Mutex.h"
 #include "base/ThreadAnnotations.h"
+#include "preload/JointCounts.h"
+#include "preload/PersistentFile.h"
 
 // What the scores of a model are made of.
 struct BayesAnswer {
@@ -48,7 +49,6 @@ class Bayes {
         ERROR_SIZES = -2,      // X and Y of different lengths
         ERROR_DIMENSION = -3,  // a row of X without one value per feature
         ERROR_CLASS = -4,      // a class outside 0..MAX_CLASSES - 1
-        ERROR_STREAM = -5,
         ERROR_OPEN = -6,
         ERROR_WRITE = -7,
         ERROR_RENAME = -9,
@@ -60,7 +60,8 @@ class Bayes {
     // The largest value of a feature that a prediction may ask with.
     static constexpr int MAX_FEATURE_VALUE = 10000;
 
-    // Far above what a phone comes to; it bounds what a damaged file can make the process allocate.
+    // Far above what a phone comes to; it bounds what a damaged file can make the process allocate:
+    // some 5 MiB for each prediction of a model that claims to know so many.
     static constexpr int MAX_CLASSES = 1 << 16;
 
     // An untrained model of 1..100 features that saves itself under `path`; null outside that
@@ -68,8 +69,9 @@ class Bayes {
     static std::unique_ptr<Bayes> createEmptyBayes(int dimensionX, const char* path);
 
     // The model that is stored under `path`, with the number of features it was stored with. Null
-    // for a null path and a missing or malformed file.
-    static std::unique_ptr<Bayes> createBayesFromModel(const char* path);
+    // for a null path and a missing, malformed or unreadable file; `read`, unless it is null, tells
+    // which.
+    static std::unique_ptr<Bayes> createBayesFromModel(const char* path, FileRead* read = nullptr);
 
     virtual ~Bayes() = default;
 
@@ -91,6 +93,9 @@ class Bayes {
     // The text of the model's file.
     std::string toString();
 
+    // The number of features.
+    int dimension();
+
     // For reports.
     int sampleCount();
     int classCount();
@@ -99,7 +104,7 @@ class Bayes {
     std::string dumpMemory();
 
   private:
-    explicit Bayes(const char* path) : mModelPath(path == nullptr ? "" : path) {}
+    explicit Bayes(const char* path) : mFile(path == nullptr ? "" : path) {}
     Bayes(const Bayes&) = delete;
     Bayes& operator=(const Bayes&) = delete;
 
@@ -114,12 +119,10 @@ class Bayes {
     // zeros for the counts that it does not find.
     template <typename Witness>
     std::vector<float> scoreLocked(const std::vector<int>& x, Witness witness) REQUIRES(mLock);
-    std::vector<int64_t> classCountsLocked(bool entersZeros) REQUIRES(mLock);
-    std::vector<int64_t> featureCountsLocked(int feature, int value, bool entersZeros)
-        REQUIRES(mLock);
+    std::vector<int32_t> classCountsLocked(bool entersZeros) REQUIRES(mLock);
 
     std::string serializeLocked() REQUIRES(mLock);
-    int unserializeLocked(FILE* file) REQUIRES(mLock);
+    int unserializeLocked(const std::string& text) REQUIRES(mLock);
     int storeDataToDiskLocked() REQUIRES(mLock);
 
     int32_t mTotalSampleCount GUARDED_BY(mLock) = 0;
@@ -133,10 +136,9 @@ class Bayes {
 
     std::map<int, int> mDistributionY GUARDED_BY(mLock);
 
-    // Keys are "feature:value:class"; those of one feature and value stand together.
-    std::map<std::string, int> mDistributionXandY GUARDED_BY(mLock);
+    JointCounts mDistributionXandY GUARDED_BY(mLock);
 
-    const std::string mModelPath;
+    PersistentFile mFile GUARDED_BY(mLock);  // under an empty path when there is none
     bool mTrained GUARDED_BY(mLock) = false;
     Mutex mLock{LockRank::BAYES};
 };

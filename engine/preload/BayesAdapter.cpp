@@ -3,12 +3,14 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <numeric>
 
 #include "base/Environment.h"
 #include "base/Logger.h"
-#include "preload/Count.h"
 #include "preload/FileNames.h"
+#include "preload/JointCounts.h"
 #include "preload/Ranking.h"
 #include "preload/TextTable.h"
 
@@ -22,9 +24,11 @@ bool isPackageCharacter(char c) {
            (c >= 'a' && c <= 'z');
 }
 
+// Whether the model file is gone or too large; not when it cannot be looked at.
 bool outgrown(const std::string& modelPath) {
     struct stat status {};
-    return stat(modelPath.c_str(), &status) != 0 || status.st_size > BayesAdapter::MAX_MODEL_BYTES;
+    if (stat(modelPath.c_str(), &status) != 0) return isAbsence(errno);
+    return status.st_size > BayesAdapter::MAX_MODEL_BYTES;
 }
 
 }  // namespace
@@ -33,17 +37,8 @@ BayesAdapter::BayesAdapter()
     : mModelPath(engine_file::pathOf(engine_file::MODEL)),
       mAppMapFile(engine_file::pathOf(engine_file::APP_TABLE)) {
     MutexLock lock(mLock);
-    mBayes = Bayes::createBayesFromModel(mModelPath.c_str());
-    if (mBayes != nullptr) {
-        mStatus = STATUS_READY;
-    } else {
-        mBayes = Bayes::createEmptyBayes(BayesSample::DIMENSION, mModelPath.c_str());
-    }
-    if (mBayes == nullptr) {
-        ENGINE_LOG(LEVEL_ERROR, TAG, "createEmptyBayes ERROR");
-        mStatus = STATUS_NO_MODEL;
-        return;
-    }
+    loadModelLocked();
+    if (mStatus == STATUS_NO_MODEL) return;
     if (loadAppMap() == 0) {
         ENGINE_LOG(LEVEL_DEBUG, TAG, "BayesAdapter init ok");
     } else {
@@ -51,23 +46,36 @@ BayesAdapter::BayesAdapter()
     }
 }
 
+void BayesAdapter::loadModelLocked() {
+    FileRead read = FileRead::MISSING;
+    mBayes = Bayes::createBayesFromModel(mModelPath.c_str(), &read);
+    if (mBayes != nullptr && mBayes->dimension() == BayesSample::DIMENSION) {
+        mStatus = STATUS_READY;
+        return;
+    }
+    mBayes = Bayes::createEmptyBayes(BayesSample::DIMENSION, mModelPath.c_str());
+    if (mBayes == nullptr) ENGINE_LOG(LEVEL_ERROR, TAG, "createEmptyBayes ERROR");
+    // An empty model would be stored in place of one that could not be read.
+    if (mBayes == nullptr || read == FileRead::FAILED) mStatus = STATUS_NO_MODEL;
+}
+
 int BayesAdapter::loadAppMap() {
     const TableLoad result = loadTable(mAppMapFile, [&](std::istream& in) REQUIRES(mLock) {
         std::string word;
         in >> word >> mAppCount;
-        // A table of so many apps, or so large an index, is not one that was stored here.
-        if (mAppCount > Bayes::MAX_CLASSES) in.setstate(std::ios::failbit);
+        // What is never stored here is refused, so that what is stored is never refused.
+        if (mAppCount < 0 || mAppCount > MAX_APPS) in.setstate(std::ios::failbit);
         for (int i = 0; i < mAppCount && in; ++i) {
             int index = 0;
             in >> word >> index;
-            if (index >= Bayes::MAX_CLASSES) in.setstate(std::ios::failbit);
-            mAppMap[word] = index;
+            const bool isNew = mAppMap.emplace(word, index).second;
+            if (!isNew || index >= MAX_APPS) in.setstate(std::ios::failbit);
         }
     });
     switch (result) {
         case TableLoad::MISSING:
             return 0;
-        case TableLoad::MALFORMED:
+        case TableLoad::REFUSED:
             mAppMap.clear();
             return -1;
         case TableLoad::LOADED:
@@ -78,11 +86,18 @@ int BayesAdapter::loadAppMap() {
 }
 
 int BayesAdapter::storeAppMapLocked() {
-    const bool stored = storeTable(mAppMapFile, [&](std::ostream& out) REQUIRES(mLock) {
-        out << "appmap " << mAppCount << std::endl;
-        for (const auto& [package, index] : mAppMap) out << package << " " << index << std::endl;
-    });
-    if (!stored) return -1;
+    std::string text = "appmap ";
+    const auto append = [&text](int number) {
+        appendNumber(text, number);
+        text += '\n';
+    };
+    append(mAppCount);
+    for (const auto& [package, index] : mAppMap) {
+        text += package;
+        text += ' ';
+        append(index);
+    }
+    if (!PersistentFile::isStored(mAppMapFile.store(text))) return -1;
     ENGINE_LOG(LEVEL_DEBUG, TAG, "store app map ok");
     return 0;
 }
@@ -94,8 +109,8 @@ bool BayesAdapter::isPackageName(const std::string& name) {
 int BayesAdapter::transferPackageToIndex(const std::string& package) {
     if (!isPackageName(package)) return -1;
     if (const auto entry = mAppMap.find(package); entry != mAppMap.end()) return entry->second;
-    const int index = mAppCount;
-    countUp(mAppCount);
+    if (mAppCount >= MAX_APPS) return -1;
+    const int index = mAppCount++;
     mAppMap[package] = index;
     mPackages.clear();
     storeAppMapLocked();

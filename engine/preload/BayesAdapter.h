@@ -24,13 +24,17 @@ class BayesAdapter {
     // So many samples wait for each training.
     static constexpr size_t BATCH_SIZE = 11;
 
+    // So many packages are told apart, as many as the model has classes; the rest count as unknown.
+    static constexpr int MAX_APPS = Bayes::MAX_CLASSES;
+
     // A model file beyond this size is given up: the model starts afresh with the next batch.
     static constexpr int MAX_MODEL_BYTES = 512 * 1024;
 
     // Whether a name may stand for a package: letters, digits, '.' and '_'.
     static bool isPackageName(const std::string& name);
 
-    // Loads the model and the table, or begins with empty ones.
+    // Loads the model and the table, or begins with empty ones. One that could not be read is not
+    // begun anew: the adapter refuses all work until the next start.
     BayesAdapter();
 
     // Learns that `data.currentApp` came to the front after `data.lastApp`: labels the sample
@@ -64,11 +68,14 @@ class BayesAdapter {
     BayesAdapter(const BayesAdapter&) = delete;
     BayesAdapter& operator=(const BayesAdapter&) = delete;
 
-    // The index of a package, which is registered if it is new; -1 for a name that is not valid.
+    // The index of a package, which is registered if it is new; -1 for a name that is not valid,
+    // and for a new one beyond MAX_APPS.
     int transferPackageToIndex(const std::string& package) REQUIRES(mLock);
 
     // The first package, in the table's order, of that index; empty when there is none.
     std::string transferIndexToPackage(int index) REQUIRES(mLock);
+
+    void loadModelLocked() REQUIRES(mLock);
 
     // Both return 0 or -1.
     int loadAppMap() REQUIRES(mLock);
@@ -79,7 +86,7 @@ class BayesAdapter {
     BayesSample sampleOfNowLocked(const SystemData& data) REQUIRES(mLock);
 
     const std::string mModelPath;
-    const PersistentFile mAppMapFile;
+    PersistentFile mAppMapFile GUARDED_BY(mLock);
 
     std::vector<BayesSample> mSamples
         GUARDED_BY(mLock);  // oldest first, the newest without a label

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/testing/LogCapture.h"
@@ -132,8 +133,8 @@ TEST_F(BayesAdapterTest, NumbersPackagesAsTheyAppear) {
 
 TEST_F(BayesAdapterTest, LoadsOrRefusesTheTable) {
     const struct {
-        const char* map;
-        const char* backup;  // null: there is none
+        const char* map;     // null: there is none
+        const char* backup;  // so here
         const char* result;  // the table after one more app; null: the adapter refuses all work
     } CASES[] = {
         {"any 1\nx 0\nbeyond 1\n", nullptr, "appmap 2\nb 1\nx 0\n"},
@@ -144,9 +145,14 @@ TEST_F(BayesAdapterTest, LoadsOrRefusesTheTable) {
         {"appmap 2147483647\nx 0\n", nullptr, nullptr},
         {"appmap 1\nx 2147483647\n", nullptr, nullptr},
         {"appmap 1\nx -2147483648\n", nullptr, "appmap 2\nb 1\nx -2147483648\n"},
+        {nullptr, "appmap 1\ny 0\n", "appmap 2\nb 1\ny 0\n"},
+        // Stored again, these would not be read back.
+        {"appmap 2\nx 0\nx 1\n", nullptr, nullptr},
+        {"appmap -1\nx 0\n", nullptr, nullptr},
     };
     for (const auto& table : CASES) {
-        mDir.write(MAP, table.map);
+        ::remove(mDir.file(MAP).c_str());
+        if (table.map != nullptr) mDir.write(MAP, table.map);
         if (table.backup != nullptr) mDir.write("AppPreloadMap.bak", table.backup);
         LogCapture log;
         BayesAdapter adapter;
@@ -191,15 +197,67 @@ TEST_F(BayesAdapterTest, StartsAfreshOnceTheModelFileIsBeyondItsLimit) {
     }
 }
 
-TEST_F(BayesAdapterTest, AFailedTrainingDisablesIt) {
-    mDir.write(MODEL, "n 1 d 1 x 1 1 k 1 y 1 0 1 xy 1 0:1:0 1\n");  // of one feature
+TEST_F(BayesAdapterTest, AModelOfOtherDimensionsIsNone) {
+    mDir.write(MODEL, "n 1 d 1 x 1 1 k 1 y 1 0 1 xy 1 0:1:0 1\n");
     BayesAdapter adapter;
-    EXPECT_TRUE(adapter.ready());
-    LogCapture log;
-    openInTurn(adapter, 14);
-    EXPECT_TRUE(log.contains("WARNING  AppPreload BayesAdapter delta train error"));
-    EXPECT_EQ(log.lines().back().text, "WARNING  BayesAdapter addSample error because mStatus -5");
     EXPECT_FALSE(adapter.ready());
+    openInTurn(adapter, 14);
+    EXPECT_TRUE(adapter.ready());
+    EXPECT_THAT(mDir.read(MODEL), testing::HasSubstr("mDimensionX 4\n"));
+}
+
+// A pipe stands for whatever cannot be read just now. Nobody waits for it, and nothing is stored in
+// its place.
+TEST_F(BayesAdapterTest, WhatCannotBeReadIsLeftAloneUntilTheNextStart) {
+    {
+        BayesAdapter adapter;
+        openInTurn(adapter, 24);
+    }
+    for (const auto& [name, status] : {std::pair(MODEL, 2), std::pair(MAP, 3)}) {
+        const std::string content = mDir.read(name);
+        ::remove(mDir.file(name).c_str());
+        ASSERT_EQ(mkfifo(mDir.file(name).c_str(), 0600), 0);
+        {
+            BayesAdapter adapter;
+            LogCapture log;
+            openInTurn(adapter, 24);
+            open(adapter, {"new"});
+            EXPECT_EQ(log.count("addSample error because mStatus " + std::to_string(status)), 25);
+        }
+        struct stat left {};
+        EXPECT_TRUE(stat(mDir.file(name).c_str(), &left) == 0 && S_ISFIFO(left.st_mode)) << name;
+        ::remove(mDir.file(name).c_str());
+        mDir.write(name, content);
+        EXPECT_TRUE(BayesAdapter().ready());
+    }
+}
+
+TEST_F(BayesAdapterTest, AModelFileThatCannotBeLookedAtIsNoReasonToStartAfresh) {
+    BayesAdapter adapter;
+    openInTurn(adapter, 24);
+    ASSERT_EQ(rename(mDir.file(MODEL).c_str(), mDir.file("kept").c_str()), 0);
+    ASSERT_EQ(symlink(MODEL, mDir.file(MODEL).c_str()), 0);  // to itself
+    openInTurn(adapter, 11);
+    ::remove(mDir.file(MODEL).c_str());
+    ASSERT_EQ(rename(mDir.file("kept").c_str(), mDir.file(MODEL).c_str()), 0);
+    openInTurn(adapter, 11);
+    EXPECT_THAT(mDir.read(MODEL), testing::StartsWith("mTotalSampleCount 44\n"));
+}
+
+TEST_F(BayesAdapterTest, TakesNoMoreNamesThanItWouldReadBack) {
+    std::string table = "appmap 65535\n";
+    for (int i = 0; i < 65535; ++i)
+        table += "n" + std::to_string(i) + " " + std::to_string(i) + "\n";
+    mDir.write(MAP, table);
+    {
+        BayesAdapter adapter;
+        open(adapter, {"last", "beyond"});
+        EXPECT_EQ(adapter.appCount(), 65536);
+    }
+    BayesAdapter restarted;
+    EXPECT_EQ(restarted.appCount(), 65536);
+    open(restarted, {"beyond", "last"});
+    EXPECT_EQ(restarted.appCount(), 65536);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdarg>
 
 #include "base/Logger.h"
 #include "preload/Bayes.h"
@@ -12,74 +11,92 @@ namespace {
 
 constexpr char TAG[] = "bayes";
 
+// Ample for "feature:value:class"; a longer word is read in pieces.
+constexpr size_t KEY_WIDTH = 63;
+
 // Unsigned, since a damaged file can make it wrap.
 std::atomic<uint32_t> gScanCount{0};
 
 }  // namespace
 
-// By hand, as the phone's C++ library is older than <charconv> and models are large.
-ModelText& ModelText::operator<<(int number) {
-    char digits[11];  // with a sign, the longest there is
-    char* const end = digits + sizeof(digits);
-    char* begin = end;
-    uint32_t rest = static_cast<uint32_t>(number);
-    if (number < 0) rest = 0 - rest;
-    do {
-        *--begin = static_cast<char>('0' + rest % 10);
-        rest /= 10;
-    } while (rest != 0);
-    if (number < 0) *--begin = '-';
-    mText.append(begin, static_cast<size_t>(end - begin));
-    return *this;
-}
-
-int ModelScanner::scan(const char* format, ...) {
+void ModelScanner::beginScan() {
     mLastScan = ++gScanCount;
-    va_list args;
-    va_start(args, format);
-    const int items = vfscanf(mFile, format, args);
-    va_end(args);
-    return items;
 }
 
 void ModelScanner::skipScans(int count) {
     gScanCount += static_cast<uint32_t>(count);
 }
 
-int storeModelText(const std::string& modelPath, const std::string& text) {
-    const PersistentFile file(modelPath);
+int ModelScanner::scanNumber(int& number) {
+    beginScan();
+    switch (mReader.readInt(number)) {
+        case TextReader::READ:
+            return 1;
+        case TextReader::UNFIT:
+            return 0;
+        case TextReader::END:
+            break;
+    }
+    return END;
+}
+
+int ModelScanner::scanKeyAndNumber(int& number) {
+    std::string key;
+    mReader.readWord(key);
+    return scanNumber(number);
+}
+
+int ModelScanner::skipKeyAndNumber() {
+    int number = 0;
+    const int items = scanKeyAndNumber(number);
+    if (items == 1) mReader.skipSpace();
+    return items == END ? END : 0;
+}
+
+int ModelScanner::scanNumbers(int& first, int& second) {
+    const int items = scanNumber(first);
+    if (items != 1) return items;
+    if (mReader.readInt(second) != TextReader::READ) return 1;
+    mReader.skipSpace();
+    return 2;
+}
+
+int ModelScanner::scanWordAndNumber(std::string& word, int& number) {
+    beginScan();
+    if (mReader.readWord(word, KEY_WIDTH) == TextReader::END) return END;
+    if (mReader.readInt(number) != TextReader::READ) return 1;
+    mReader.skipSpace();
+    return 2;
+}
+
+int storeModelText(PersistentFile& file, const std::string& text) {
     const char* const path = file.path().c_str();
     const char* const backup = file.backupPath().c_str();
-    switch (file.stepAside()) {
-        case PersistentFile::StepAside::DONE:
-            break;
-        case PersistentFile::StepAside::REMOVE_FAILED:
+    const PersistentFile::Store result = file.store(text);
+    const int error = errno;
+    switch (result) {
+        case PersistentFile::Store::DONE:
+            return Bayes::OK;
+        case PersistentFile::Store::BACKUP_LEFT:
             ENGINE_LOG(LEVEL_ERROR, TAG, "Bayes::storeDataToDiskLocked remove file %s error %d",
-                       path, errno);
+                       backup, error);
+            return Bayes::OK;
+        case PersistentFile::Store::REMOVE_FAILED:
+            ENGINE_LOG(LEVEL_ERROR, TAG, "Bayes::storeDataToDiskLocked remove file %s error %d",
+                       path, error);
             return Bayes::ERROR_REMOVE;
-        case PersistentFile::StepAside::RENAME_FAILED:
+        case PersistentFile::Store::RENAME_FAILED:
             ENGINE_LOG(LEVEL_ERROR, TAG,
                        "Bayes::storeDataToDiskLocked rename file %s to %s error %d", path, backup,
-                       errno);
+                       error);
             return Bayes::ERROR_RENAME;
+        case PersistentFile::Store::OPEN_FAILED:
+            ENGINE_LOG(LEVEL_ERROR, TAG, "Bayes::storeDataToDiskLocked open file %s error %d", path,
+                       error);
+            return Bayes::ERROR_OPEN;
+        case PersistentFile::Store::WRITE_FAILED:
+            break;
     }
-    FILE* const stream = fopen(path, "w");
-    if (stream == nullptr) {
-        ENGINE_LOG(LEVEL_ERROR, TAG, "Bayes::storeDataToDiskLocked open file %s error %d", path,
-                   errno);
-        return Bayes::ERROR_OPEN;
-    }
-    // Flushed here, since a full disk shows only then and the backup must outlive it.
-    if (fputs(text.c_str(), stream) == EOF || fflush(stream) == EOF) {
-        ENGINE_LOG(LEVEL_ERROR, TAG, "Bayes::storeDataToDiskLocked fput file %s error %d", path,
-                   errno);
-        fclose(stream);
-        return Bayes::ERROR_WRITE;
-    }
-    fclose(stream);
-    if (!file.discardBackup()) {
-        ENGINE_LOG(LEVEL_ERROR, TAG, "Bayes::storeDataToDiskLocked remove file %s error %d", backup,
-                   errno);
-    }
-    return Bayes::OK;
+    ENGINE_LOG(LEVEL_ERROR, TAG, "Bayes::storeDataToDiskLocked fput file %s error %d", path, error);
+    return Bayes::ERROR_WRITE;
 }

@@ -1,54 +1,43 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
-#include <string_view>
 
-// The Bayes model's file: how it is rewritten, and its text, value by value.
+#include "preload/TextReader.h"
+
+class PersistentFile;
+
+// The Bayes model's file: how it is stored, and how its text is scanned.
 
 // Stores a model; returns Bayes::OK or the error, which is logged.
-int storeModelText(const std::string& modelPath, const std::string& text);
+int storeModelText(PersistentFile& file, const std::string& text);
 
-class ModelText {
-  public:
-    ModelText& operator<<(std::string_view text) {
-        mText += text;
-        return *this;
-    }
-    ModelText& operator<<(char c) {
-        mText += c;
-        return *this;
-    }
-    ModelText& operator<<(int number);
-
-    std::string& text() { return mText; }
-
-  private:
-    std::string mText;
-};
-
-// Reads leniently: a field that does not parse is passed over, and what was to receive it keeps its
-// value.
+// Reads leniently, as the scanf() formats given here do: a field that does not parse is passed
+// over, and what was to receive it keeps its value. Each function returns how many items it read,
+// or END.
 class ModelScanner {
   public:
+    static constexpr int END = -1;
     static constexpr int REFUSED = -100;
 
-    explicit ModelScanner(FILE* file) : mFile(file) {}
+    explicit ModelScanner(const std::string& text) : mReader(text) {}
 
-    // fscanf(), counted.
-    int scan(const char* format, ...) __attribute__((format(scanf, 2, 3)));
+    int scanNumber(int& number);                            // "%d"
+    int scanKeyAndNumber(int& number);                      // "%*s %d"
+    int skipKeyAndNumber();                                 // "%*s %*d\n"
+    int scanNumbers(int& first, int& second);               // "%d %d\n"
+    int scanWordAndNumber(std::string& word, int& number);  // "%63s %d\n"
 
     // Calls `readEntry`, which scans once and returns the items read or REFUSED, `count` times.
-    // False when it refused. Ends early where the file does, or where no further call could get
+    // False when it refused. Ends early where the text does, or where no further call could get
     // past what stands in it: the rest of the calls would do nothing but count.
     template <typename ReadEntry>
     bool scanEntries(int count, const ReadEntry& readEntry) {
         for (int i = 0; i < count; ++i) {
-            const long position = ftell(mFile);
+            const size_t position = mReader.position();
             const int items = readEntry();
             if (items == REFUSED) return false;
-            if (items == EOF || (items == 0 && ftell(mFile) == position)) {
+            if (items == END || (items == 0 && mReader.position() == position)) {
                 skipScans(count - i - 1);
                 return true;
             }
@@ -61,8 +50,9 @@ class ModelScanner {
     int lastScan() const { return static_cast<int>(mLastScan); }
 
   private:
+    void beginScan();
     static void skipScans(int count);
 
-    FILE* const mFile;
+    TextReader mReader;
     uint32_t mLastScan = 0;
 };

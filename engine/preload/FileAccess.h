@@ -1,21 +1,31 @@
 #pragma once
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <string>
 
-#include "base/Environment.h"
+// The engine's files are small: each is read and written as a whole. What fails is noted with the
+// environment, and errno tells why.
 
-// Whether something stands under a path, whatever may be done with it.
-inline bool fileExists(const std::string& path) {
-    return access(path.c_str(), F_OK) == 0;
+// Whether a call failed because there is no such file.
+inline bool isAbsence(int error) {
+    return error == ENOENT || error == ENOTDIR;
 }
 
-// Whether this process may read what stands under a path. What is there and may not be read is
-// noted as a failure of the storage.
-inline bool fileReadable(const std::string& path) {
-    if (access(path.c_str(), R_OK) == 0) return true;
-    if (errno != ENOENT) environment::noteStorageFailure(path, errno);
-    return false;
-}
+enum class FileRead {
+    MISSING,  // there is no such file
+    READ,
+    FAILED,  // what it holds is not known; also for what is no regular file, or beyond any size
+             // that the engine comes to
+};
+FileRead readFile(const std::string& path, std::string& text);
+
+// Writes a new file, or over an old one, and syncs it when it is to outlive a power cut.
+enum class FileWrite { WRITTEN, OPEN_FAILED, WRITE_FAILED };
+FileWrite writeFile(const std::string& path, const std::string& text, bool synced);
+
+// Adds to the end of a file, which is made when it is missing. False when it failed: the file is
+// as it was then, as far as it can still be cut.
+bool appendToFile(const std::string& path, const std::string& text);
+
+// Syncs what was made, renamed and deleted in the file's directory. False on failure.
+bool syncDirectoryOf(const std::string& path);

@@ -1,19 +1,17 @@
 #include "preload/ZmlAdapter.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 #include <cstdio>
-#include <fstream>
 #include <map>
+#include <sstream>
 #include <unordered_set>
 #include <utility>
 
-#include "base/Environment.h"
 #include "base/ExceptionBarrier.h"
 #include "base/Logger.h"
-#include "preload/FileAccess.h"
 #include "preload/FileNames.h"
+#include "preload/JointCounts.h"
 #include "preload/LivingAdapters.h"
 #include "preload/Ranking.h"
 #include "preload/TextTable.h"
@@ -27,8 +25,20 @@ constexpr int VOCABULARY = ZmlSession::VOCABULARY;
 constexpr int CONTEXT = ZmlSession::CONTEXT;
 constexpr size_t DROPPED_PART = 5;  // a training drops this part of the history, the oldest
 
-PersistentFile usageFile() {
-    return PersistentFile(engine_file::pathOf(engine_file::USAGE));
+bool isControl(char c) {
+    return static_cast<unsigned char>(c) < ' ' || c == 0x7f;
+}
+
+// Whether a name comes back from the usage file as it went in; the first of an empty history does
+// not.
+bool isWord(const std::string& name) {
+    return !name.empty() &&
+           std::none_of(name.begin(), name.end(), [](char c) { return c == ' ' || isControl(c); });
+}
+
+// A damaged file may hold other ids.
+bool isKnown(const AppUsage& usage) {
+    return usage.index >= 0 && usage.index < VOCABULARY;
 }
 
 // Sets failbit when the text is no table.
@@ -43,16 +53,22 @@ void readUsage(std::istream& stream, std::vector<AppUsage>& table) {
     }
 }
 
-void writeUsage(std::ostream& stream, const std::vector<AppUsage>& table) {
-    stream << table.size() << '\n';
+std::string textOf(const std::vector<AppUsage>& table) {
+    std::string text = std::to_string(table.size()) + '\n';
     for (const AppUsage& usage : table) {
-        stream << usage.index << ' ' << usage.count << ' ' << usage.package << '\n';
+        appendNumber(text, usage.index);
+        text += ' ';
+        appendNumber(text, usage.count);
+        text += ' ' + usage.package + '\n';
     }
+    return text;
 }
 
 }  // namespace
 
-ZmlAdapter::ZmlAdapter() {
+ZmlAdapter::ZmlAdapter()
+    : mUsageFile(engine_file::pathOf(engine_file::USAGE)),
+      mHistoryFile(engine_file::pathOf(engine_file::HISTORY)) {
     living_adapters::add(this);
     MutexLock lock(mLock);
     if (!initData()) {
@@ -63,8 +79,8 @@ ZmlAdapter::ZmlAdapter() {
 }
 
 ZmlAdapter::~ZmlAdapter() {
-    living_adapters::remove(
-        this);  // a callback under way comes to its end, a later one finds nobody
+    // A callback under way comes to its end, a later one finds nobody.
+    living_adapters::remove(this);
     {
         MutexLock lock(mLock);
         if (mSession == nullptr) return;
@@ -105,6 +121,7 @@ bool ZmlAdapter::ready() {
 }
 
 void ZmlAdapter::addSample(std::string& package) {
+    if (std::any_of(package.begin(), package.end(), isControl)) return;
     MutexLock lock(mLock);
     mPendingHistoryApps.push_back(package);
     mHistoryApps.push_back(package);
@@ -113,8 +130,7 @@ void ZmlAdapter::addSample(std::string& package) {
 void ZmlAdapter::update(int charging, std::vector<std::string>& packages) {
     MutexLock lock(mLock);
     if (!mPendingHistoryApps.empty()) {
-        storeHistoryAppsLocked(mPendingHistoryApps, true);
-        mPendingHistoryApps.clear();
+        if (storeHistoryAppsLocked(mPendingHistoryApps, true)) mPendingHistoryApps.clear();
         ENGINE_LOG(LEVEL_DEBUG, TAG, "ZmlAdapter::update store mPendingHistoryApps");
     }
     std::vector<AppUsage> table = prepareTableLocked(packages);
@@ -133,9 +149,13 @@ std::vector<AppUsage> ZmlAdapter::prepareTableLocked(const std::vector<std::stri
                        [&](const std::string& app) { return known.count(app) == 0; }),
         mHistoryApps.end());
     std::vector<AppUsage> table = calculateAppUsage(mHistoryApps);
+    table.erase(std::remove_if(table.begin(), table.end(),
+                               [](const AppUsage& usage) { return !isWord(usage.package); }),
+                table.end());
     if (table.size() < VOCABULARY) return {};
     table.resize(VOCABULARY);
-    for (AppUsage& usage : table) usage.index = VOCABULARY - 1 - usage.index;
+    int32_t id = VOCABULARY;
+    for (AppUsage& usage : table) usage.index = --id;
     return table;
 }
 
@@ -158,7 +178,7 @@ void ZmlAdapter::retrainLocked(std::vector<AppUsage> table) {
     }
     const auto dropped = static_cast<std::ptrdiff_t>(mHistoryApps.size() / DROPPED_PART);
     mHistoryApps.erase(mHistoryApps.begin(), mHistoryApps.begin() + dropped);
-    storeHistoryAppsLocked(mHistoryApps, false);
+    if (storeHistoryAppsLocked(mHistoryApps, false)) mPendingHistoryApps.clear();
     ENGINE_LOG(LEVEL_DEBUG, TAG, "AppPreloadModel::updateModel train AI model ok");
 }
 
@@ -268,16 +288,17 @@ void ZmlAdapter::predict(std::vector<std::string>& out) {
 
 const AppUsage* ZmlAdapter::findUsageLocked(const std::string& package) {
     const auto usage =
-        std::find_if(mAppUsage.begin(), mAppUsage.end(),
-                     [&](const AppUsage& candidate) { return candidate.package == package; });
+        std::find_if(mAppUsage.begin(), mAppUsage.end(), [&](const AppUsage& candidate) {
+            return candidate.package == package && isKnown(candidate);
+        });
     return usage == mAppUsage.end() ? nullptr : &*usage;
 }
 
 int ZmlAdapter::usageRecordsOf(const std::string& package) {
     MutexLock lock(mLock);
-    return static_cast<int>(
-        std::count_if(mAppUsage.begin(), mAppUsage.end(),
-                      [&](const AppUsage& usage) { return usage.package == package; }));
+    return static_cast<int>(std::count_if(
+        mAppUsage.begin(), mAppUsage.end(),
+        [&](const AppUsage& usage) { return usage.package == package && isKnown(usage); }));
 }
 
 std::string ZmlAdapter::dumpMemory() {
@@ -292,10 +313,10 @@ std::string ZmlAdapter::dumpMemory() {
 }
 
 void ZmlAdapter::loadHistoryAppsLocked() {
-    const std::string path = engine_file::pathOf(engine_file::HISTORY);
-    std::ifstream stream(path);
-    if (!fileReadable(path) || !stream.is_open()) return;
+    std::string text;
+    if (mHistoryFile.load(text) != FileRead::READ) return;
     mHistoryApps.clear();
+    std::istringstream stream(text);
     std::string app;
     // The read that meets the end of the file leaves the last name standing, which thus counts
     // twice.
@@ -306,23 +327,24 @@ void ZmlAdapter::loadHistoryAppsLocked() {
     ENGINE_LOG(LEVEL_DEBUG, TAG, "load history mHistoryApps ok");
 }
 
-void ZmlAdapter::storeHistoryAppsLocked(std::vector<std::string>& apps, bool append) {
+bool ZmlAdapter::storeHistoryAppsLocked(std::vector<std::string>& apps, bool append) {
     ENGINE_LOG(LEVEL_DEBUG, TAG,
                append ? "append store history apps" : "replace store history apps");
-    const std::string path = engine_file::pathOf(engine_file::HISTORY);
-    std::ofstream stream(path, append ? std::ios::app : std::ios::trunc);
-    for (const std::string& app : apps) stream << app << std::endl;
-    stream.close();
-    if (!stream) environment::noteStorageFailure(path, errno);
+    std::string text;
+    for (const std::string& app : apps) text += app + '\n';
+    const bool stored = append ? appendToFile(mHistoryFile.path(), text)
+                               : PersistentFile::isStored(mHistoryFile.store(text));
+    // Said even when the file could not be written.
     ENGINE_LOG(LEVEL_DEBUG, TAG, "store history apps ok");
+    return stored;
 }
 
 int ZmlAdapter::loadAppUsage() {
     std::vector<AppUsage> table;
-    switch (loadTable(usageFile(), [&](std::istream& stream) { readUsage(stream, table); })) {
+    switch (loadTable(mUsageFile, [&](std::istream& stream) { readUsage(stream, table); })) {
         case TableLoad::MISSING:
             return 0;
-        case TableLoad::MALFORMED:
+        case TableLoad::REFUSED:
             mAppUsage.clear();
             return -1;
         case TableLoad::LOADED:
@@ -334,9 +356,7 @@ int ZmlAdapter::loadAppUsage() {
 }
 
 int ZmlAdapter::storeAppUsage() {
-    const auto write = [this](std::ostream& stream)
-                           REQUIRES(mLock) { writeUsage(stream, mAppUsage); };
-    if (!storeTable(usageFile(), write)) return -1;
+    if (!PersistentFile::isStored(mUsageFile.store(textOf(mAppUsage)))) return -1;
     ENGINE_LOG(LEVEL_DEBUG, TAG, "store app usage ok");
     return 0;
 }

@@ -7,6 +7,7 @@
 
 #include "base/Mutex.h"
 #include "preload/AppUsage.h"
+#include "preload/PersistentFile.h"
 #include "zml/ZmlSession.h"
 
 // Predicts the next application with the sequence network of libzml.so. It keeps the history of
@@ -42,7 +43,8 @@ class ZmlAdapter {
     // Takes no lock, and so does not wait for an update or a prediction.
     bool isTraining() { return mState == STATE_TRAINING; }
 
-    // An application came to the front.
+    // An application came to the front. A name with control characters, which would come back from
+    // the history as another one, is not taken.
     void addSample(std::string& package);
 
     // The periodic step: stores the new part of the history and, when `charging` is not 0 and the
@@ -53,7 +55,7 @@ class ZmlAdapter {
     // Appends up to 30 packages, the most likely next one first; none unless ready().
     void predict(std::vector<std::string>& out);
 
-    // How many records of the usage table name the package.
+    // How many records of the usage table name the package, with an id that the network knows.
     int usageRecordsOf(const std::string& package);
 
     // How many trainings of this object ended with the new network loaded. Takes no lock.
@@ -74,7 +76,7 @@ class ZmlAdapter {
     int storeAppUsage() REQUIRES(mLock);
 
     void loadHistoryAppsLocked() REQUIRES(mLock);
-    void storeHistoryAppsLocked(std::vector<std::string>& apps, bool append) REQUIRES(mLock);
+    bool storeHistoryAppsLocked(std::vector<std::string>& apps, bool append) REQUIRES(mLock);
 
     // All distinct packages, by count descending and then by name; each index is the rank.
     static std::vector<AppUsage> calculateAppUsage(std::vector<std::string>& apps);
@@ -97,8 +99,11 @@ class ZmlAdapter {
     bool inferenceLocked(int* input, int inputLength, float* output, int outputLength)
         REQUIRES(mLock);
 
-    // Null when the table has none.
+    // Null when the table has none with an id that the network knows.
     const AppUsage* findUsageLocked(const std::string& package) REQUIRES(mLock);
+
+    PersistentFile mUsageFile GUARDED_BY(mLock);
+    PersistentFile mHistoryFile GUARDED_BY(mLock);
 
     std::vector<std::string> mPendingHistoryApps GUARDED_BY(mLock);  // not yet in the history file
     std::vector<AppUsage> mAppUsage GUARDED_BY(mLock);

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -13,13 +14,16 @@
 #include <thread>
 
 #include "platform/testing/LogCapture.h"
+#include "platform/testing/ResourceLimit.h"
 #include "platform/testing/TempDir.h"
 #include "zml/test/ScriptedZml.h"
 
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using Names = std::vector<std::string>;
 
 // "app10", "app11", ...
@@ -149,12 +153,95 @@ TEST_F(ZmlAdapterTest, aMalformedUsageFileIsDeletedAndDisablesTheAdapter) {
 }
 
 TEST_F(ZmlAdapterTest, takesTheBackupAfterAnInterruptedStore) {
-    mDir.write("AppUsage", "2\n29 5 new\n28");
-    mDir.write("AppUsage.bak", "2\n29 5 old\n28 4 old\n3 3 beyond\n");
-    ZmlAdapter adapter;
-    EXPECT_EQ(adapter.usageRecordsOf("old"), 2);
-    EXPECT_EQ(adapter.usageRecordsOf("beyond"), 0);
+    for (const bool fileLeft : {true, false}) {
+        const TempDir dir;
+        if (fileLeft) dir.write("AppUsage", "2\n29 5 new\n28");
+        dir.write("AppUsage.bak", "2\n29 5 old\n28 4 old\n3 3 beyond\n");
+        ZmlAdapter adapter;
+        EXPECT_EQ(adapter.usageRecordsOf("old"), 2);
+        EXPECT_EQ(adapter.usageRecordsOf("beyond"), 0);
+        EXPECT_FALSE(dir.exists("AppUsage.bak"));
+    }
+}
+
+// A directory stands for whatever cannot be read or written just now.
+TEST_F(ZmlAdapterTest, aUsageFileThatCannotBeReadIsLeftAlone) {
+    ASSERT_EQ(mkdir(mDir.file("AppUsage").c_str(), 0700), 0);
+    {
+        ZmlAdapter adapter;
+        EXPECT_TRUE(refusesToTrainIn(adapter, ZmlAdapter::STATE_DATA_ERROR));
+    }
+    EXPECT_TRUE(mDir.exists("AppUsage"));
     EXPECT_FALSE(mDir.exists("AppUsage.bak"));
+}
+
+TEST_F(ZmlAdapterTest, aHistoryThatCannotBeStoredIsStoredLater) {
+    ZmlAdapter adapter;
+    ASSERT_EQ(mkdir(mDir.file("AppHistory").c_str(), 0700), 0);
+    open(adapter, "a");
+    update(adapter, 0);
+    ASSERT_EQ(rmdir(mDir.file("AppHistory").c_str()), 0);
+    open(adapter, "b");
+    update(adapter, 0);
+    update(adapter, 0);
+    EXPECT_EQ(mDir.read("AppHistory"), "a\nb\n");
+    {
+        const ResourceLimit limit(RLIMIT_FSIZE, 6);
+        open(adapter, "long");
+        update(adapter, 0);
+        EXPECT_EQ(mDir.read("AppHistory"), "a\nb\n");  // not a part of the name
+    }
+    update(adapter, 0);
+    EXPECT_EQ(mDir.read("AppHistory"), "a\nb\nlong\n");
+}
+
+TEST_F(ZmlAdapterTest, aHistoryThatCannotBeRewrittenStaysWhole) {
+    ZmlAdapter adapter;
+    open(adapter, 5000, 30);
+    update(adapter, 0);
+    {
+        const ResourceLimit limit(RLIMIT_FSIZE, 4096);
+        update(adapter, 1);
+        open(adapter, "new");
+        update(adapter, 1);
+    }
+    EXPECT_EQ(historyLines(), 5000);
+    update(adapter, 1);
+    EXPECT_EQ(historyLines(), 5001);
+}
+
+// Such names are none, and the files are read back by words and lines.
+TEST_F(ZmlAdapterTest, namesThatWouldNotComeBackEnterNoFile) {
+    ZmlAdapter adapter;
+    Names listed = apps(30);
+    listed.push_back("two words");
+    listed.push_back("");
+    for (int i = 0; i < 100; ++i) open(adapter, "two words"), open(adapter, "");
+    open(adapter, "line\nbreak");
+    open(adapter, "tab\tor bell\a");
+    open(adapter, 4998, 30);
+    update(adapter, 1, listed);
+    EXPECT_TRUE(adapter.isTraining());
+    EXPECT_THAT(mDir.read("AppHistory"), Not(HasSubstr("break")));
+    EXPECT_THAT(mDir.read("AppHistory"), Not(HasSubstr("bell")));
+    EXPECT_EQ(mDir.read("AppUsage").substr(0, 15), "30\n29 167 app10");
+    mLog.clear();
+    ZmlAdapter restarted;
+    EXPECT_TRUE(mLog.contains("load app usage ok"));
+}
+
+TEST_F(ZmlAdapterTest, idsThatTheNetworkDoesNotKnowAreNone) {
+    mDir.write("AppUsage", "5\n56 9 a\n-1 8 b\n4 7 c\n30 6 d\n0 5 e\n");
+    ZmlScript script;
+    script.networkTrained = true;
+    script.scores.resize(30, 0.1f);
+    mZml.setScript(script);
+    ZmlAdapter adapter;
+    for (const char* name : {"c", "e", "a", "b", "d"}) open(adapter, name);
+    EXPECT_THAT(predict(adapter), ElementsAre("e", "c"));
+    EXPECT_EQ(mZml.calls().back(), "predictSequence 4 0");
+    EXPECT_EQ(adapter.usageRecordsOf("a"), 0);
+    EXPECT_EQ(adapter.usageRecordsOf("c"), 1);
 }
 
 TEST_F(ZmlAdapterTest, trainsFrom5000EntriesOf30ListedAppsWhileCharging) {

@@ -12,6 +12,7 @@ struct Settings {
     bool clockStopped GUARDED_BY(lock) = false;
     time_t now GUARDED_BY(lock) = 0;
     std::optional<StorageFailure> failure GUARDED_BY(lock);
+    std::function<bool(int)> sync GUARDED_BY(lock);
 };
 
 // Never destroyed: threads may still ask while the process ends.
@@ -35,6 +36,20 @@ time_t now() {
 void noteStorageFailure(const std::string& path, int error) {
     MutexLock lock(settings().lock);
     if (!settings().failure) settings().failure = StorageFailure{path, error};
+}
+
+bool sync(int descriptor) {
+    std::function<bool(int)> sync;
+    {
+        MutexLock lock(settings().lock);
+        sync = settings().sync;
+    }
+    return sync == nullptr || sync(descriptor);
+}
+
+void setSync(std::function<bool(int)> sync) {
+    MutexLock lock(settings().lock);
+    settings().sync = std::move(sync);
 }
 
 std::optional<StorageFailure> storageFailure() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "base/Environment.h"
@@ -20,6 +21,9 @@ std::optional<StorageFailure> storageFailure();
 
 // Stops the wall clock at `seconds` since the epoch.
 void setNow(time_t seconds);
+
+// Has sync() ask this in place of the disk; null, as it is from the start, lets it do nothing.
+void setSync(std::function<bool(int descriptor)> sync);
 
 // Lets the wall clock run with the system's again, as it does from the start.
 void useSystemClock();

@@ -21,9 +21,13 @@ constexpr uint64_t MAX_BYTES = 256 << 20;
 
 bool isEngineFile(const std::string& name) {
     using namespace engine_file;
-    static const std::set<std::string> names = {
-        MODEL,           backupOf(MODEL), APP_TABLE, backupOf(APP_TABLE), HISTORY, USAGE,
-        backupOf(USAGE), EVALUATION,      NETWORK,   UNFINISHED_NETWORK};
+    static const std::set<std::string> names = [] {
+        std::set<std::string> all = {NETWORK, UNFINISHED_NETWORK};
+        for (const char* const file : {MODEL, APP_TABLE, HISTORY, USAGE, EVALUATION}) {
+            all.insert({file, backupOf(file)});
+        }
+        return all;
+    }();
     return names.count(name) > 0;
 }
 

@@ -18,12 +18,6 @@ const std::string* openReport(FileReport& report, const EngineFiles& files, Back
     if (which != Backup::NONE) {
         const StoredFile* const backup = files.find(engine_file::backupOf(plain));
         (*report.facts)["backup"] = backup != nullptr;
-        if (backup != nullptr && file == nullptr && which == Backup::OF_EXISTING) {
-            report.damaged(
-                "Only the backup is there, and the next start does not look at it: " + plain +
-                " begins anew. Stop the engine and rename the backup to keep it.");
-            return nullptr;
-        }
         if (backup != nullptr) {
             report.name = engine_file::backupOf(plain);
             report.remark(

@@ -40,10 +40,11 @@ struct FileReport {
     void remark(const std::string& text) { remarks.push_back(text); }
 };
 
-// Which backup the next start reads in place of a file, as the last save was not finished.
-enum class Backup { NONE, OF_EXISTING, OF_ANY };
+// Whether the engine keeps a backup of the file while it rewrites it.
+enum class Backup { NONE, KEPT };
 
 // Fills in the report's size and state as far as that is settled by what is there, and returns the
-// content to examine, if any. Where that is the backup's, the report takes its name.
+// content to examine, if any. Where the next start reads the backup, since the last save was not
+// finished, the content is that one's and the report takes its name.
 const std::string* openReport(FileReport& report, const EngineFiles& files,
-                              Backup which = Backup::NONE);
+                              Backup which = Backup::KEPT);

@@ -94,7 +94,7 @@ std::string whyRefused(const BayesCounts& counts) {
 
 FileReport reportModel(const EngineFiles& files, const EngineStart& start) {
     FileReport report("Bayes model", engine_file::MODEL);
-    const std::string* const text = openReport(report, files, Backup::OF_ANY);
+    const std::string* const text = openReport(report, files);
     if (text == nullptr) return report;
 
     const bool loads = start.model() != nullptr;

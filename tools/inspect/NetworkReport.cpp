@@ -30,7 +30,7 @@ FileReport reportNetwork(const EngineFiles& files, const EngineStart& start) {
     FileReport report("sequence network", engine_file::NETWORK);
     const bool leftOver = files.find(engine_file::UNFINISHED_NETWORK) != nullptr;
     (*report.facts)["unfinishedSave"] = leftOver;
-    const std::string* const content = openReport(report, files);
+    const std::string* const content = openReport(report, files, Backup::NONE);
     if (report.state != FileState::MISSING) (*report.facts)["loads"] = start.networkReady();
     if (content != nullptr) {
         const auto header = zml::NetworkFile::readHeader({content->begin(), content->end()});

@@ -31,7 +31,7 @@ void judge(FileReport& report, const std::string& plain, const EngineStart& star
 
 FileReport reportAppTable(const EngineFiles& files, const EngineStart& start) {
     FileReport report("application table", engine_file::APP_TABLE);
-    const std::string* const text = openReport(report, files, Backup::OF_EXISTING);
+    const std::string* const text = openReport(report, files);
     std::vector<std::string> names;
     if (text != nullptr) {
         const std::string problem = readAppTable(*text, names);
@@ -109,7 +109,7 @@ FileReport reportHistory(const EngineFiles& files) {
 
 FileReport reportUsage(const EngineFiles& files, const EngineStart& start) {
     FileReport report("usage table", engine_file::USAGE);
-    const std::string* const text = openReport(report, files, Backup::OF_EXISTING);
+    const std::string* const text = openReport(report, files);
     if (text != nullptr) {
         std::vector<AppUsage> table;
         std::string problem = readUsageTable(*text, table);

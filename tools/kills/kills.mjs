@@ -49,7 +49,7 @@ async function replayKilled(directory, charging, milliseconds) {
 }
 
 // How a file that is not whole is found, and what allows it: nothing when no kill may leave it so. `was` says
-// what the kill before had left: whether the file was complete, and whether it was ever lost.
+// what the kills before had left: whether the file was ever complete.
 const WHEN_NEW = (was, reason) => (was.complete ? undefined : reason);
 const FIRST_SAVE = 'the very first save was cut';
 
@@ -61,26 +61,19 @@ function judgeModel({ state, facts }, was) {
 }
 
 function judgeTable({ state, facts }, was) {
-    const read = facts.applications ?? facts.records;
-    if (facts.loads && read !== undefined) {
-        return ['whole', was.lost ? 'begun anew, while what was learned with the lost one stays' : undefined];
-    }
     if (facts.loads !== undefined) return [facts.loads ? 'in part' : 'refused', WHEN_NEW(was, FIRST_SAVE)];
-    if (facts.backup) return ['absent', 'killed between the backup and the new file'];
-    const reason = 'never stored, or refused by the start before';
-    return ['absent', state === 'missing' || was.lost ? WHEN_NEW(was, reason) : undefined];
+    return ['absent', state === 'missing' ? WHEN_NEW(was, 'never stored, or refused by the start before') : undefined];
 }
 
 function judgeHistory({ state }, was, content) {
     if (state === 'missing') return ['absent', WHEN_NEW(was, 'no five-minute mark has passed yet')];
     const names = /^[^\0-\t\v-\x1f]*$/.test(content);
-    return ['in part', names ? 'killed while it was written: read as far as it goes' : undefined];
+    return ['in part', names ? 'killed while it was added to: read as far as it goes' : undefined];
 }
 
 function judgeEvaluation({ state }, was, content) {
     if (state === 'missing') return ['absent', WHEN_NEW(was, 'no five-minute mark has passed yet')];
-    const cut = content.split('\n').length <= 4;
-    return ['in part', cut ? 'killed while it was rewritten: read as far as it goes' : undefined];
+    return ['in part', content.split('\n').length <= 4 ? WHEN_NEW(was, FIRST_SAVE) : undefined];
 }
 
 function judgeNetwork({ state }, was, content, files) {
@@ -103,7 +96,7 @@ let unexplained = 0;
 function judge(kill, directory, memory) {
     const files = inspect(directory);
     for (const [what, file] of files) {
-        const was = (memory[what] ??= { complete: false, lost: false });
+        const was = (memory[what] ??= { complete: false });
         let found = 'whole';
         if (file.state !== 'whole') {
             const path = join(directory, file.file);
@@ -121,7 +114,6 @@ function judge(kill, directory, memory) {
         const counts = tallies.get(what).found;
         counts[found] = (counts[found] ?? 0) + 1;
         // What the engine wrote in full it may not lose again; a refused model is such a file.
-        if (was.complete && found === 'absent') was.lost = true;
         was.complete = found === 'whole' || file.state === 'refused' || (was.complete && found === 'in part');
     }
 }

@@ -35,7 +35,7 @@ for purpose; do
         ;;
     tests) packages="$packages libclang-rt-dev googletest pkg-config parallel help2man" ;;
     browser) unless_found chromium chromium chromium-browser google-chrome ;;
-    bench) packages="$packages catch2 libasio-dev libuv1-dev" ;;
+    bench) packages="$packages catch2 libasio-dev libuv1-dev python3-sklearn" ;;
     arm64) packages="$packages qemu-user-static" ;;
     coverage) packages="$packages llvm" ;;
     lint) packages="$packages clang-format clang-tidy" ;;

@@ -21,7 +21,7 @@ Batch makeBatch(int apps) {
     std::mt19937 random(1);
     Batch batch;
     for (int i = 0; i < SAMPLES; ++i) {
-        const auto app = [&] { return static_cast<int>(random()) % apps; };
+        const auto app = [&] { return static_cast<int>(random() % static_cast<unsigned>(apps)); };
         batch.X.push_back(
             {static_cast<int>(random() % 48), static_cast<int>(random() % 2), app(), app()});
         batch.Y.push_back(i < apps ? i : app());
@@ -31,8 +31,8 @@ Batch makeBatch(int apps) {
 
 // The rival's times, round by round; empty where Python or its library is missing.
 std::vector<double> timesOfScikitLearn(int apps) {
-    const std::string command = "/usr/bin/python3 " BENCH_DIR "/naive_bayes.py " + std::to_string(apps) +
-                                " " + std::to_string(ROUNDS);
+    const std::string command = "/usr/bin/python3 " BENCH_DIR "/naive_bayes.py " +
+                                std::to_string(apps) + " " + std::to_string(ROUNDS);
     std::vector<double> times;
     FILE* const output = popen(command.c_str(), "r");
     for (double time = 0; output != nullptr && fscanf(output, "%lf", &time) == 1;) {

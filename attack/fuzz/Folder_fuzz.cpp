@@ -89,6 +89,11 @@ void checkIds(const ScriptedZml& network) {
     }
 }
 
+// As the next start reads it.
+std::string historyOf(const TempDir& folder) {
+    return folder.read(folder.exists(HISTORY_BACKUP) ? HISTORY_BACKUP : HISTORY);
+}
+
 // What was added to the history is text, a name a line.
 void checkHistory(const std::string& before, const std::string& after) {
     for (size_t i = before.size(); i < after.size(); ++i) {
@@ -106,8 +111,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string rest = asText(data, size);
     const std::vector<std::string> names = linesOf(takePart(rest));
     writeFiles(folder, rest);
-    const std::string history =
-        folder.read(folder.exists(HISTORY_BACKUP) ? HISTORY_BACKUP : HISTORY);
+    const std::string history = historyOf(folder);
 
     ScriptedZml network;
     ZmlScript script;
@@ -121,7 +125,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         known = model.appCount();
     }
     checkIds(network);
-    checkHistory(history, folder.read(HISTORY));
+    checkHistory(history, historyOf(folder));
     AppPreloadModel again;
     promise(again.appCount() == known, "the application table that was stored is loaded");
     use(again, names);

@@ -9,6 +9,7 @@
 namespace {
 
 constexpr size_t MODEST = 16 << 20;
+constexpr int MANY_CLASSES = 1000;
 
 }  // namespace
 
@@ -18,7 +19,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     folder.write("model", asText(data, size));
     const std::string path = folder.file("model");
     const auto model = Bayes::createBayesFromModel(path.c_str());
-    if (model == nullptr) return 0;
+    // One that claims very many classes is as slow as they are many, and finds nothing more.
+    if (model == nullptr || model->classCount() > MANY_CLASSES) return 0;
 
     const std::vector<int> x = {25, 1, 0, 1};
     for (const float score : model->predict(x)) promise(!(score < 0), "no score is negative");

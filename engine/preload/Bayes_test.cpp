@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -313,6 +314,26 @@ TEST_F(BayesLoading, ATailOfZerosIsNoKey) {
     const auto model = load(withPart("XandY 4", "XandY 6") + std::string(20, '\0'));
     ASSERT_NE(model, nullptr);
     EXPECT_EQ(model->toString(), SMALL_MODEL);
+}
+
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool ALLOCATIONS_ARE_COUNTED = false;  // the sanitizers' allocator answers 0
+#else
+constexpr bool ALLOCATIONS_ARE_COUNTED = true;
+#endif
+
+TEST_F(BayesLoading, ASmallFileThatClaimsManyClassesTakesLittleMemory) {
+    if (!ALLOCATIONS_ARE_COUNTED) GTEST_SKIP() << "the sanitizers have an allocator of their own";
+    const auto inUse = [] {
+        const struct mallinfo2 info = mallinfo2();
+        return info.uordblks + info.hblkhd;
+    };
+    const size_t before = inUse();
+    const auto model = load(withPart("mVariableSpaceY 2", "mVariableSpaceY 65536"));
+    ASSERT_NE(model, nullptr);
+    EXPECT_THAT(model->predict({1, 0}), testing::SizeIs(65536));
+    EXPECT_GT(inUse(), before);
+    EXPECT_LT(inUse() - before, 16U << 20);
 }
 
 TEST_F(BayesLoading, KeysInAnotherSpellingStandForNoClass) {

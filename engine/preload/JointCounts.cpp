@@ -1,7 +1,6 @@
 #include "preload/JointCounts.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "preload/Count.h"
 
@@ -82,7 +81,7 @@ int takeClass(std::string& key) {
 
 JointCounts::ClassText JointCounts::textOf(int y) {
     ClassText text{};
-    writeNumber(text.data(), y);
+    writeNumber(text.bytes, y);
     return text;
 }
 
@@ -166,7 +165,7 @@ void JointCounts::appendTo(std::string& text) const {
                 std::memcpy(line, padded.data(), USUAL_KEY);
                 if (key.size() > USUAL_KEY) std::copy(key.begin(), key.end(), line);
                 line += key.size();
-                std::memcpy(line, entry.text.data(), sizeof(ClassText));
+                std::memcpy(line, entry.text.bytes, sizeof(ClassText));
                 line += digitsOf(entry.y);
                 *line++ = ' ';
                 line = writeNumber(line, entry.count);

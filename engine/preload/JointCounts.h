@@ -1,8 +1,8 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <map>
 #include <string>
 #include <vector>
@@ -34,8 +34,13 @@ class JointCounts {
     void clear();
 
   private:
-    // The text of a class, which ends in zeros: compared byte by byte it gives the entries' order.
-    using ClassText = std::array<char, 8>;
+    // The text of a class, filled up with zeros: it gives the entries' order.
+    struct ClassText {
+        char bytes[8];
+        bool operator<(const ClassText& other) const {
+            return std::memcmp(bytes, other.bytes, sizeof(bytes)) < 0;
+        }
+    };
 
     struct Entry {
         ClassText text;

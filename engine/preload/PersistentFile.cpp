@@ -96,6 +96,14 @@ PersistentFile::Store PersistentFile::discardBackup() const {
     return Store::BACKUP_LEFT;
 }
 
+bool PersistentFile::append(const std::string& text) const {
+    std::string whole;
+    const FileRead backup = readFile(mBackupPath, whole);
+    if (backup == FileRead::FAILED) return false;
+    if (backup == FileRead::READ && !move(mBackupPath, mPath)) return false;
+    return appendToFile(mPath, text);
+}
+
 bool PersistentFile::remove() const {
     if (unlink(mPath.c_str()) == 0) return true;
     const int error = errno;

@@ -39,6 +39,10 @@ class PersistentFile {
         return result == Store::DONE || result == Store::BACKUP_LEFT;
     }
 
+    // Adds to the end of the file, or of its backup when the last store did not finish. False when
+    // it failed, and the file is as it was. What was added is not synced.
+    bool append(const std::string& text) const;
+
     // Deletes a malformed file; false on failure.
     bool remove() const;
 

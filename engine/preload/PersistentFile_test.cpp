@@ -101,6 +101,17 @@ TEST_F(PersistentFileTest, aLoadFindsTheLastCompleteCopyWhereverAStoreBrokeOff) 
     EXPECT_EQ(load(mFile), "whole");
 }
 
+TEST_F(PersistentFileTest, whatIsAddedGoesToTheCopyThatTheNextLoadReads) {
+    EXPECT_TRUE(mFile.append("a"));
+    EXPECT_TRUE(mFile.append("b"));
+    mDir.write("file.bak", "whole ");
+    EXPECT_TRUE(mFile.append("c"));
+    EXPECT_EQ(load(mFile), "whole c");
+    mkdir(mDir.file("file.bak").c_str(), 0700);
+    EXPECT_FALSE(mFile.append("d"));
+    EXPECT_EQ(mDir.read("file"), "whole c");
+}
+
 // A pipe nobody writes to must not keep the start waiting.
 TEST_F(PersistentFileTest, whatCannotBeReadIsNotOverwritten) {
     const auto make = [&](const std::string& name, int kind) {

@@ -332,8 +332,8 @@ bool ZmlAdapter::storeHistoryAppsLocked(std::vector<std::string>& apps, bool app
                append ? "append store history apps" : "replace store history apps");
     std::string text;
     for (const std::string& app : apps) text += app + '\n';
-    const bool stored = append ? appendToFile(mHistoryFile.path(), text)
-                               : PersistentFile::isStored(mHistoryFile.store(text));
+    const bool stored =
+        append ? mHistoryFile.append(text) : PersistentFile::isStored(mHistoryFile.store(text));
     // Said even when the file could not be written.
     ENGINE_LOG(LEVEL_DEBUG, TAG, "store history apps ok");
     return stored;

@@ -42,15 +42,29 @@ KS_AS_GETENV inline bool isStillThere(const char* entry) {
     return true;
 }
 
+// Whether one of the first entries is the end of all. A few at a time, as there are dozens.
+KS_AS_GETENV inline bool endsBefore(size_t position, char* const* entries) {
+    size_t i = 0;
+    for (; i + 8 <= position; i += 8) {
+        char* const* const next = entries + i;
+        if (next[0] == nullptr || next[1] == nullptr || next[2] == nullptr || next[3] == nullptr ||
+            next[4] == nullptr || next[5] == nullptr || next[6] == nullptr || next[7] == nullptr) {
+            return true;
+        }
+    }
+    for (; i < position; ++i) {
+        if (entries[i] == nullptr) return true;
+    }
+    return false;
+}
+
 // The variable's value, or null.
 KS_AS_GETENV inline const char* text() {
     char* const* const entries = __atomic_load_n(&environ, __ATOMIC_RELAXED);
     if (entries == nullptr) return nullptr;
     // The array may have been cut short, with old entries left behind its end.
     const size_t position = gPosition.load(std::memory_order_relaxed);
-    for (size_t i = 0; i < position; ++i) {
-        if (entries[i] == nullptr) return search(entries);
-    }
+    if (endsBefore(position, entries)) return search(entries);
     const char* const entry = entries[position];
     const bool found =
         entry != nullptr && entry == gEntry.load(std::memory_order_relaxed) && isStillThere(entry);

@@ -35,6 +35,9 @@ class Learner {
     // The scores after `older`, `newer`: all above 0 and 1 in sum.
     virtual Scores scores(int older, int newer) const = 0;
 
+    // What it was trained on, oldest first, or the newest part of that.
+    virtual const std::vector<int>& ids() const = 0;
+
     virtual Bytes serialise() const = 0;
 
     // Takes what serialise() gave. False for anything else, after which the learner is of no use;

@@ -10,13 +10,6 @@ namespace zml {
 
 namespace {
 
-// A build for comparisons may set it: 0 for the networks alone, 1 for the counts alone.
-#ifndef KSBRAIN_COUNTS_SHARE
-#define KSBRAIN_COUNTS_SHARE 0.15
-#endif
-constexpr float COUNTS_SHARE = static_cast<float>(KSBRAIN_COUNTS_SHARE);
-constexpr float NETWORK_SHARE = (1.0f - COUNTS_SHARE) / NeuralLearner::MEMBERS;
-
 // Far above what training comes to: with parameters up to here no score overflows.
 constexpr float MAX_PARAMETER = 1000.0f;
 
@@ -54,16 +47,14 @@ bool NeuralLearner::train(const std::vector<int>& ids, const std::atomic<bool>& 
     for (SequenceNetwork& network : mNetworks) {
         if (!trainNetwork(network, examples, ++seed, cancelled)) return false;
     }
-    mCounts = CountModel(mIds);
     return true;
 }
 
 Scores NeuralLearner::scores(int older, int newer) const {
-    Scores scores = mCounts.predict(older, newer);
-    for (float& score : scores) score *= COUNTS_SHARE;
+    Scores scores = {};
     for (const SequenceNetwork& network : mNetworks) {
         const SequenceNetwork::OutputRow row = network.predict(older, newer);
-        for (size_t id = 0; id < VOCABULARY; ++id) scores[id] += NETWORK_SHARE * row[id];
+        for (size_t id = 0; id < VOCABULARY; ++id) scores[id] += row[id] / MEMBERS;
     }
     return scores;
 }
@@ -100,7 +91,6 @@ bool NeuralLearner::deserialise(const Bytes& bytes) {
     for (const int id : mIds) {
         if (id >= VOCABULARY) return false;
     }
-    mCounts = CountModel(mIds);
     return true;
 }
 

@@ -2,15 +2,13 @@
 
 #include <vector>
 
-#include "zml/CountModel.h"
 #include "zml/Learner.h"
 #include "zml/SequenceNetwork.h"
 
 namespace zml {
 
 // The learner of the shipped library: the mean of two sequence networks that started from different
-// random parameters, blended with the counts of what they were trained on. The networks generalise
-// over contexts, the counts know the frequent ones by heart.
+// random parameters. It keeps what they were trained on, from which a SequenceFollower goes on.
 //
 // Training is a matter of the sequence alone: the same ids give the same scores, bit for bit.
 class NeuralLearner : public Learner {
@@ -25,17 +23,16 @@ class NeuralLearner : public Learner {
     uint32_t kind() const override { return 2; }
     bool train(const std::vector<int>& ids, const std::atomic<bool>& cancelled) override;
     Scores scores(int older, int newer) const override;
+    const std::vector<int>& ids() const override { return mIds; }
 
     // The number of networks, of hidden units and of parameters of a network, then the parameters,
-    // 32-bit floating point, network by network; the number of ids, and the ids, a byte each, from
-    // which the counts are made again.
+    // 32-bit floating point, network by network; the number of ids, and the ids, a byte each.
     Bytes serialise() const override;
     bool deserialise(const Bytes& bytes) override;
 
   private:
     std::vector<SequenceNetwork> mNetworks;
     std::vector<int> mIds;
-    CountModel mCounts;
 };
 
 }  // namespace zml

@@ -24,7 +24,8 @@ TEST(NeuralLearner, LearnsACycleToCertainty) {
     ASSERT_TRUE(learner.train(ids, GO_ON));
     for (int id = 0; id < VOCABULARY; ++id) {
         const Scores scores = learner.scores(id, (id + 1) % VOCABULARY);
-        EXPECT_GT(scores[static_cast<size_t>((id + 2) % VOCABULARY)], 0.85f) << id;
+        // As certain as can be: the openings after the next one are targets as well.
+        EXPECT_GT(scores[static_cast<size_t>((id + 2) % VOCABULARY)], 0.8f) << id;
     }
 }
 

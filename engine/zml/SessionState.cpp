@@ -40,11 +40,12 @@ bool SessionState::isNetworkTrained() {
 
 bool SessionState::createSequenceNetwork(int mode, const int* data, int length) {
     MutexLock lock(mLock);
-    mLoaded.reset();
-    mFresh.reset();
+    dropNetworkLocked();
     if (mode == ZmlSession::MODE_LOAD) {
         mLoaded = readNetwork();
-        return mLoaded != nullptr;
+        if (mLoaded == nullptr) return false;
+        mFollower = std::make_unique<SequenceFollower>(mLoaded->ids());
+        return true;
     }
     const char* const fault =
         mode == ZmlSession::MODE_CREATE ? findFault(data, length) : "unknown mode";
@@ -86,16 +87,40 @@ bool SessionState::predictSequence(const int* input, int inputLength, float* out
                 valid ? "no network is loaded" : "unusable input or output");
         return false;
     }
-    const Scores scores = mLoaded->scores(input[0], input[1]);
+    const Scores scores = askLocked(*mFollower, input);
     std::copy(scores.begin(), scores.end(), output);
     outputLength = VOCABULARY;
     return true;
 }
 
+bool SessionState::explain(const int* input, int inputLength, Scores& scores, ScoreParts& parts) {
+    MutexLock lock(mLock);
+    if (mLoaded == nullptr || inputLength != CONTEXT || !areIds(input, inputLength)) return false;
+    SequenceFollower copy = *mFollower;
+    scores = askLocked(copy, input);
+    parts = copy.parts();
+    return true;
+}
+
+Scores SessionState::askLocked(SequenceFollower& follower, const int* input) {
+    const Scores network = mLoaded->scores(input[0], input[1]);
+#ifdef KSBRAIN_NETWORK_ALONE
+    (void)follower;
+    return network;
+#else
+    return follower.ask(input[0], input[1], network);
+#endif
+}
+
 void SessionState::releaseNetwork() {
     MutexLock lock(mLock);
     mTraining->cancel();
+    dropNetworkLocked();
+}
+
+void SessionState::dropNetworkLocked() {
     mLoaded.reset();
+    mFollower.reset();
     mFresh.reset();
 }
 

@@ -7,6 +7,7 @@
 #include "base/Mutex.h"
 #include "zml/Learner.h"
 #include "zml/NetworkFile.h"
+#include "zml/SequenceFollower.h"
 #include "zml/TrainingThread.h"
 #include "zml/ZmlSession.h"
 
@@ -27,6 +28,11 @@ class SessionState {
         EXCLUDES(mLock);
     void releaseNetwork() EXCLUDES(mLock);
 
+    // What makes up the scores that predictSequence() would give; false when it would fail. Leaves
+    // the session as it is.
+    bool explain(const int* input, int inputLength, Scores& scores, ScoreParts& parts)
+        EXCLUDES(mLock);
+
     // Ends the session: cancels a training and waits for a callback that has begun, unless it is
     // that callback which calls.
     void close() EXCLUDES(mLock);
@@ -38,6 +44,8 @@ class SessionState {
     SessionState(const SessionState&) = delete;
     SessionState& operator=(const SessionState&) = delete;
 
+    void dropNetworkLocked() REQUIRES(mLock);
+    Scores askLocked(SequenceFollower& follower, const int* input) REQUIRES(mLock);
     std::unique_ptr<Learner> readNetwork();
     void reportUnusableFile(const std::string& problem);
 
@@ -49,6 +57,7 @@ class SessionState {
 
     Mutex mLock{LockRank::SESSION};
     std::unique_ptr<Learner> mLoaded GUARDED_BY(mLock);
+    std::unique_ptr<SequenceFollower> mFollower GUARDED_BY(mLock);  // of what mLoaded is asked
     std::shared_ptr<TrainingJob> mFresh GUARDED_BY(mLock);
 };
 

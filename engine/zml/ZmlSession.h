@@ -30,9 +30,9 @@ class __attribute__((visibility("default"))) ZmlSession {
     bool isNetworkTrained();
 
     // Replaces the network in hand. MODE_LOAD (data null, length 0): loads the stored network for
-    // prediction. MODE_CREATE: makes a fresh network to be trained on `data`, `length` ids,
-    // oldest first, at least three, which are copied. False on failure, which leaves no
-    // network.
+    // prediction, and forgets what the session was asked. MODE_CREATE: makes a fresh network to be
+    // trained on `data`, `length` ids, oldest first, at least three, which are copied. False on
+    // failure, which leaves no network.
     bool createSequenceNetwork(int mode, int* data, int length);
 
     // Hands the fresh network over to be trained on a thread of the library's own. Returns 0 when
@@ -46,8 +46,11 @@ class __attribute__((visibility("default"))) ZmlSession {
     int asyncTrain(void (*callback)(TrainingResult, void*), long& job, void* user);
 
     // Scores each id as the next after `input`, the last two ids, older first, with the loaded
-    // network. `outputLength` holds the room in `output` (at least VOCABULARY) and receives
-    // VOCABULARY. Higher is more likely; all scores are above 0 and 1 in sum. False on failure.
+    // network and what the session was asked since it was loaded: a question tells what was opened
+    // after the one before, and the session learns from it, in memory alone. The same input twice
+    // in a row is one question. `outputLength` holds the room in `output` (at least VOCABULARY) and
+    // receives VOCABULARY. Higher is more likely; all scores are above 0 and 1 in sum. False on
+    // failure.
     bool predictSequence(int* input, int inputLength, float* output, int& outputLength);
 
     // Frees the network and cancels a running training, whose callback then does not come; a

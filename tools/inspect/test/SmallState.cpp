@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "platform/testing/TempDir.h"
-#include "zml/CountModel.h"
 #include "zml/NetworkFile.h"
 #include "zml/NeuralLearner.h"
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "zml/NeuralLearner.h"
+#include "zml/SequenceFollower.h"
 
 namespace {
 
@@ -126,4 +127,33 @@ TEST_CASE("the sequence network: 30 scores") {
     BENCHMARK("NeuralLearner::scores") {
         return learner.scores(3, 7);
     };
+}
+
+TEST_CASE("the sequence network: an answer of a session, which learns what was opened") {
+    const std::vector<int> ids = makeHistory();
+    std::vector<int> cycle;  // every pair of ids stood at as many places as are looked at
+    for (int i = 0; i < IDS; ++i) cycle.push_back(i % 10);
+    zml::NeuralLearner learner;
+    REQUIRE(learner.train(ids, GO_ON));
+    const auto ask = [&](zml::SequenceFollower& follower, const std::vector<int>& opened,
+                         size_t& i) {
+        const int older = opened[i % IDS];
+        const int newer = opened[(i + 1) % IDS];
+        ++i;
+        return follower.ask(older, newer, learner.scores(older, newer));
+    };
+    zml::SequenceFollower usual(ids);
+    zml::SequenceFollower worst(cycle);
+    size_t i = 0;
+    BENCHMARK("SequenceFollower::ask, each time after an opening") {
+        return ask(usual, ids, i);
+    };
+    size_t j = 0;
+    BENCHMARK("the same with 10 applications in turn") {
+        return ask(worst, cycle, j);
+    };
+    BENCHMARK("SequenceFollower, made from 5,000 ids when a network is loaded") {
+        return zml::SequenceFollower(ids);
+    };
+    printf("  memory of a session beside the network: %zu bytes\n", sizeof(zml::SequenceFollower));
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <memory>
 #include <numeric>
 #include <sstream>
 #include <stdexcept>
@@ -16,7 +15,8 @@
 #include "tools/common/Text.h"
 #include "tools/inspect/EngineStart.h"
 #include "tools/inspect/StrictText.h"
-#include "zml/ZmlSessionManager.h"
+#include "zml/NeuralLearner.h"
+#include "zml/SessionState.h"
 
 namespace {
 
@@ -211,20 +211,16 @@ void explainNetwork(const EngineStart& start, const std::vector<std::string>& hi
     result.older = nameOf(x[0]);
     result.newer = nameOf(x[1]);
 
-    // The engine's own session is closed by now.
-    const std::unique_ptr<ZmlSession, void (*)(ZmlSession*)> session(
-        ZmlSessionManager::getInstance()->startSessionLocked(ZmlAdapter::SESSION_NAME),
-        [](ZmlSession*) {
-            ZmlSessionManager::getInstance()->releaseSessionLocked(ZmlAdapter::SESSION_NAME);
-        });
-    if (!session || !session->createSequenceNetwork(ZmlSession::MODE_LOAD, nullptr, 0)) {
+    // The engine's own session is closed by now. This one is not asked, as that would teach it.
+    zml::SessionState session(ZmlAdapter::SESSION_NAME, zml::NeuralLearner::create);
+    if (!session.createSequenceNetwork(ZmlSession::MODE_LOAD, nullptr, 0)) {
         throw std::runtime_error("the sequence network cannot be loaded");
     }
-    const auto ask = [&](std::vector<int> input) {
-        std::vector<float> scores(ZmlSession::VOCABULARY);
-        int length = ZmlSession::VOCABULARY;
-        session->predictSequence(input.data(), ZmlSession::CONTEXT, scores.data(), length);
-        return scores;  // zeros when it does not answer
+    zml::ScoreParts parts;
+    const auto ask = [&](const std::vector<int>& input) {
+        zml::Scores scores = {};  // zeros when it does not answer
+        session.explain(input.data(), ZmlSession::CONTEXT, scores, parts);
+        return std::vector<float>(scores.begin(), scores.end());
     };
     const auto others = [&](int id) {
         std::vector<int> ids;
@@ -235,8 +231,13 @@ void explainNetwork(const EngineStart& start, const std::vector<std::string>& hi
     };
     takeScores(x, ask, {{"older", others(x[0]), nameOf}, {"newer", others(x[1]), nameOf}}, nameOf,
                top, result);
+    ask(x);
     for (Prediction& prediction : result.predictions) {
         prediction.lifts = {static_cast<double>(prediction.score) * ZmlSession::VOCABULARY};
+        for (const zml::Scores& part : parts.factors) {
+            prediction.lifts.push_back(
+                static_cast<double>(part[static_cast<size_t>(prediction.number)]));
+        }
     }
 }
 

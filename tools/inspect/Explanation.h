@@ -28,8 +28,8 @@ struct Prediction {
     float product = 0;
 
     // How far the prediction stands above the average. By the Bayes model: each factor beside the
-    // geometric mean of the same factor over all classes. By the network: the score beside that of
-    // a network that knows nothing.
+    // geometric mean of the same factor over all classes. By the network: the score beside 1 in 30,
+    // then what each of PART_KEYS multiplied it by, beside the geometric mean over all ids.
     std::vector<double> lifts;
 };
 
@@ -42,6 +42,9 @@ struct Alternative {
 
 // The Bayes model's features in their order.
 constexpr const char* FEATURE_KEYS[] = {"timeSlot", "weekDay", "previous", "current"};
+
+// What makes up a score of the sequence network's session, in the order of zml::ScoreParts.
+constexpr const char* PART_KEYS[] = {"network", "counts", "recency", "repeats"};
 
 // Why the engine, started on these files, would predict what it predicts at that moment.
 struct Explanation {

@@ -134,18 +134,33 @@ std::string bayesText(const Explanation& explanation) {
     return text + bars(explanation);
 }
 
+// In the order of PART_KEYS.
+constexpr const char* PART_LABELS[] = {
+    "what the network learned when it was trained",
+    "how often, lately and in all",
+    "how long ago",
+    "what followed when it last was like now",
+};
+
 std::string networkText(const Explanation& explanation) {
     std::string text =
         "The two names that it looked back on: " + printable(explanation.older) + ", then " +
         printable(explanation.newer) +
         "\n\n  A block of a bar is a doubling of the score (right) or a halving (left), beside 1/" +
         std::to_string(ZmlSession::VOCABULARY) +
-        ",\n  which it would give to each if it knew nothing.\n\n";
+        ",\n  which it would give to each if it knew nothing. Below it what the score is the "
+        "product "
+        "of, but\n  for a factor that all have in common, each beside the average of all "
+        "applications\n  (geometric mean).\n\n";
     for (size_t rank = 0; rank < explanation.predictions.size(); ++rank) {
         const Prediction& prediction = explanation.predictions[rank];
         text += rankAndTitle(explanation, rank, 32) +
                 rightAligned(number(prediction.score), NUMBER_WIDTH) + "  " +
                 factorBar(prediction.lifts[0]) + '\n';
+        for (size_t part = 0; part < std::size(PART_KEYS); ++part) {
+            text += std::string(10, ' ') + padded(PART_LABELS[part], 29 + NUMBER_WIDTH) + "  " +
+                    factorBar(prediction.lifts[1 + part]) + '\n';
+        }
     }
     return text + '\n';
 }
@@ -188,6 +203,10 @@ Json predictionJson(const Prediction& prediction, bool byNetwork) {
         }
         object["factors"]["prior"] = nineDigits(prediction.factors.back().value);
         object["product"] = nineDigits(prediction.product);
+    }
+    for (size_t part = 0; byNetwork && part < std::size(PART_KEYS); ++part) {
+        object["parts"][PART_KEYS[part]] =
+            nineDigits(static_cast<float>(prediction.lifts[1 + part]));
     }
     object["score"] = nineDigits(prediction.score);
     return object;

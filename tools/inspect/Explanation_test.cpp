@@ -171,6 +171,24 @@ TEST_F(ExplainProgram, ShowsTheFactorsAndWhatWouldTurnThem) {
                 HasSubstr("would put com.b first"));
 }
 
+TEST_F(ExplainProgram, ShowsWhatTheSequenceNetworksScoresAreMadeOf) {
+    const Json why = Json::parse(
+        this->run({"--network", "--json", "--last", "app.29", "--current", "app.28"}).out);
+    const auto product = [](const Json& prediction) {
+        double product = 1;
+        for (const Json& part : prediction["parts"]) product *= part.get<double>();
+        return product;
+    };
+    const Json& first = why["predictions"][0];
+    const Json& second = why["predictions"][1];
+    EXPECT_EQ(first["parts"].size(), 4U);
+    EXPECT_NEAR(first["score"].get<double>() / second["score"].get<double>(),
+                product(first) / product(second), 1e-4 * product(first) / product(second));
+    EXPECT_GT(first["parts"]["network"], second["parts"]["network"]);
+    EXPECT_THAT(this->run({"--last", "app.29", "--current", "app.28"}).out,
+                HasSubstr("what the network learned when it was trained"));
+}
+
 TEST_F(ExplainProgram, SaysWhatTheEngineDoesWithNamesThatItDoesNotKnow) {
     const struct {
         std::vector<std::string> arguments;

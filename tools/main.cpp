@@ -13,6 +13,7 @@
 #include "tools/inspect/ExplainCommand.h"
 #include "tools/inspect/InspectCommand.h"
 #include "tools/manual/CompletionCommand.h"
+#include "tools/manual/HelpCommand.h"
 #include "tools/replay/ReplayCommand.h"
 #include "tools/report/ReportCommand.h"
 #include "tools/serve/ServeCommand.h"
@@ -57,10 +58,12 @@ int main(int argc, char** argv) {
                     {{"ksbrain replay phone.csv", "how often the engine would have been right"},
                      {"ksbrain VERB --help", "what a verb does, with examples"}},
                     NOTE};
-    program.verbs = {
-        makeReplayVerb(),  makeReportVerb(),           makeCompareVerb(), makeMergeVerb(),
-        makeConvertVerb(), makeInspectVerb(),          makeExplainVerb(), makeServeVerb(),
-        makeSynthVerb(),   makeCompletionVerb(program)};
+    program.verbs = {makeReplayVerb(),     makeReportVerb(),
+                     makeCompareVerb(),    makeMergeVerb(),
+                     makeConvertVerb(),    makeInspectVerb(),
+                     makeExplainVerb(),    makeServeVerb(),
+                     makeSynthVerb(),      makeCompletionVerb(program),
+                     makeHelpVerb(program)};
 
     occupyStandardStreams();
     signal(SIGPIPE, SIG_IGN);  // a reader that is gone shows as a failed write,

@@ -32,14 +32,21 @@ std::string fromWords(const std::string& words) {
     return "-W '" + words + "'";
 }
 
+std::string fromVerbs(const Program& program) {
+    std::string verbs;
+    for (const Verb& verb : program.verbs) verbs += verb.name + ' ';
+    return fromWords(verbs);
+}
+
 // How a value is completed follows from its name; a word that only the user knows is not.
-std::string fromValue(const Argument& argument) {
+std::string fromValue(const Program& program, const Argument& argument) {
     std::string words;  // of the alternatives those that are typed as they stand, "always never"
     std::istringstream alternatives(argument.value);
     for (std::string word; std::getline(alternatives, word, '|');) {
         if (std::all_of(word.begin(), word.end(), islower)) words += word + ' ';
     }
     if (!words.empty()) return fromWords(words);
+    if (argument.value == "VERB") return fromVerbs(program);
     if (argument.value == "DIR") return "-d";
     const bool file =
         argument.isOperand() || startsWith(argument.value, "FILE") || argument.value == "PATH";
@@ -51,26 +58,24 @@ std::string entry(const std::string& verb, const std::string& before, const std:
 }
 
 // What can be typed after a verb.
-std::string entries(const std::string& verb, const std::vector<Argument>& arguments) {
+std::string entries(const Program& program, const std::string& verb,
+                    const std::vector<Argument>& arguments) {
     std::string text, options;
     for (const Argument& argument : arguments) {
-        if (argument.isOperand()) text += entry(verb, "", fromValue(argument));
+        if (argument.isOperand()) text += entry(verb, "", fromValue(program, argument));
         for (const std::string& name : argument.names) {
             options += name + ' ';
-            if (!argument.isFlag()) text += entry(verb, name, fromValue(argument));
+            if (!argument.isFlag()) text += entry(verb, name, fromValue(program, argument));
         }
     }
     return text + entry(verb, "-", fromWords(options));
 }
 
 std::string bashCompletion(const Program& program) {
-    std::string verbs, text = entries("", program.options);
-    for (const Verb& verb : program.verbs) {
-        verbs += verb.name + ' ';
-        text += entries(verb.name, verb.arguments);
-    }
+    std::string text = entries(program, "", program.options);
+    for (const Verb& verb : program.verbs) text += entries(program, verb.name, verb.arguments);
     return "# bash completion for ksbrain: source this file\ndeclare -gA _ksbrain_values=(\n" +
-           text + entry("", "", fromWords(verbs)) + ")\n" + SCRIPT;
+           text + entry("", "", fromVerbs(program)) + ")\n" + SCRIPT;
 }
 
 }  // namespace

@@ -28,6 +28,7 @@ verbs=$(sed -n '/^Verbs:/,/^$/s/^  \([a-z][a-z]*\) .*/\1/p' help)
 [ "$(echo "$verbs" | wc -l)" -gt 3 ] || fail "no verbs in the help"
 for verb in $verbs; do
     $PROGRAM "$verb" --help >"help-$verb"
+    $PROGRAM help "$verb" | cmp "help-$verb" -
     grep -q '^  ksbrain \|^  .* ksbrain ' "help-$verb" || fail "$verb has no example"
     page=prefix/share/man/man1/ksbrain-$verb.1
     grep -q '^.SH EXAMPLES' "$page" || fail "$verb has no example in its man page"
@@ -39,6 +40,7 @@ for verb in $verbs; do
     done
     ! { has groff && groff -man -ww -Tascii "$page" 2>&1 >/dev/null | grep .; } || fail "the man page of $verb"
 done
+$PROGRAM help | cmp help -
 ! grep -n '.\{81,\}' help help-* || fail "help wider than 80 columns"
 
 # Real completion: what is typed, and what is offered.
@@ -60,6 +62,7 @@ has bash && {
     expect "--help --version" "$(in_bash --)" "bash, the program's options"
     expect "" "$(in_bash replay --moments '')" "bash, a number"
     expect "bash" "$(in_bash completion '')" "bash, the shell"
+    expect "replay report" "$(in_bash help re)" "bash, a verb to be helped with"
 }
 
 # A reader that goes away, a disk that is full, and colours only where they are wanted.

@@ -27,6 +27,7 @@ const Case CASES[] = {
     {"no verb", {}, "Usage: ksbrain VERB"},
     {"a mistyped verb", {"repaly", "good.csv"}, "no verb \"repaly\"; did you mean replay?"},
     {"an unknown verb", {"dance"}, "no verb \"dance\" (see ksbrain --help)"},
+    {"help on a mistyped verb", {"help", "repaly"}, "no verb \"repaly\"; did you mean replay?"},
     {"a mistyped option",
      {"replay", "--chargin", "never", "good.csv"},
      "replay has no option --chargin; did you mean --charging?"},

@@ -11,9 +11,15 @@
 #include <stdexcept>
 
 #include "tools/common/InputError.h"
+#include "tools/common/Output.h"
 #include "tools/common/Text.h"
 
+bool isStandardOutput(const std::string& output) {
+    return output == "-";
+}
+
 void requireOtherFile(const std::string& input, const std::string& output) {
+    if (isStandardOutput(output)) return;
     struct stat in {};
     struct stat out {};
     const bool haveBoth =
@@ -26,6 +32,7 @@ void requireOtherFile(const std::string& input, const std::string& output) {
 }
 
 OutputFile::OutputFile(const std::string& path) : mPath(path), mTarget(path) {
+    if (isStandardOutput(path)) return;
     struct stat status {};
     const bool exists = stat(path.c_str(), &status) == 0;
     if (exists) {
@@ -53,6 +60,7 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::write(const std::string& text) {
+    if (isStandardOutput(mPath)) return writeOutput(text);
     size_t done = 0;
     while (done < text.size()) {
         const ssize_t count = ::write(mDescriptor, text.data() + done, text.size() - done);
@@ -63,6 +71,7 @@ void OutputFile::write(const std::string& text) {
 }
 
 void OutputFile::commit() {
+    if (isStandardOutput(mPath)) return;
     const int descriptor = mDescriptor;
     mDescriptor = -1;
     const bool closed = close(descriptor) == 0;

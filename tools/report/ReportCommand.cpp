@@ -45,7 +45,7 @@ int report(const Options& options) {
     }
     file.write(makePage(pageData(scores, options.seed)));
     file.commit();
-    if (!options.scoring.quiet) {
+    if (!options.scoring.quiet && !isStandardOutput(options.output)) {
         fprintf(stderr, "%s is written: open it in a browser\n", printable(options.output).c_str());
     }
     return 0;
@@ -74,7 +74,8 @@ Verb makeReportVerb() {
         .excludes("--day-first")
         .excludes("--month-first")
         .excludes("--skip-bad");
-    verb.text("-o,--output FILE", options->output, "The page to write").required();
+    verb.text("-o,--output FILE", options->output, "The page to write; - is standard output")
+        .required();
     addSeedOption(verb, options->seed, "Seed of the resampling behind the intervals");
     verb.run = [options] { return report(*options); };
     return verb;

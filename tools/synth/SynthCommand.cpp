@@ -25,7 +25,7 @@ constexpr size_t USER_DIGITS = 4;  // at least
 struct Options {
     SynthPlan plan;
     std::optional<uint64_t> users;
-    std::optional<std::string> output;
+    std::string output = "-";
     bool quiet = false;
 };
 
@@ -56,7 +56,7 @@ bool writeFile(const SynthPlan& plan, uint64_t user, const std::string& path) {
 }
 
 bool writeUsers(const Options& options) {
-    OutputDirectory directory(*options.output);
+    OutputDirectory directory(options.output);
     ProgressBar progress(!options.quiet, *options.users);
     for (uint64_t user = 1; user <= *options.users; ++user) {
         const std::string name = userFile(user, *options.users);
@@ -71,19 +71,22 @@ int synth(Options options) {
     SynthPlan& plan = options.plan;
     if (!plan.days && !plan.openings) plan.days = DEFAULT_DAYS;
     requireCalendar(plan);
-    if (!options.output) {
+    if (options.users && isStandardOutput(options.output)) {
+        throw InputError("-o -: --users makes a directory: name one");
+    }
+    if (isStandardOutput(options.output)) {
         writeSynthCsv(plan, 1, [](const std::string& piece) {
             writeOutput(piece);
             return true;
         });
         return 0;
     }
-    if (!options.users && std::filesystem::is_directory(*options.output)) {
-        throw InputError(printable(*options.output) +
+    if (!options.users && std::filesystem::is_directory(options.output)) {
+        throw InputError(printable(options.output) +
                          ": is a directory: name a file, or say --users N for a file each");
     }
     catchInterrupts();
-    const bool done = options.users ? writeUsers(options) : writeFile(plan, 1, *options.output);
+    const bool done = options.users ? writeUsers(options) : writeFile(plan, 1, options.output);
     return done ? 0 : EXIT_SIGNALLED + interruptSignal();
 }
 
@@ -110,8 +113,9 @@ Verb makeSynthVerb() {
     addSeedOption(verb, plan.seed, "Another seed, other people; the same, the same bytes");
     verb.custom("--start DATE", "The first day (default: 2024-03-04, a Monday)",
                 [&plan](const std::string& text) { plan.start = parseStart(text); });
-    verb.text("-o,--output FILE|DIR", options->output,
-              "Write to this file, or with --users to a new directory (default: standard output)");
+    verb.text(
+        "-o,--output FILE|DIR", options->output,
+        "Write to this file, or with --users to a new directory (default: -, standard output)");
     verb.number("--users N", 1, 1000000, options->users,
                 "A file each for so many people, user-0001.csv and so on, in the directory given "
                 "with -o; without --users it is the first of them")

@@ -78,8 +78,21 @@ grep -q "$(printf '\033')" err || fail "no colours with CLICOLOR_FORCE"
 ! NO_COLOR=1 CLICOLOR_FORCE=1 $PROGRAM wrong 2>err || fail "a wrong verb is taken"
 ! grep -q "$(printf '\033')" err || fail "colours with NO_COLOR"
 
-# No file that it opens takes the place of a stream that is closed.
+# "-" is standard output wherever one file is written.
 printf 'com.a\ncom.b\n' >trace.txt
+for command in "synth --days 2" "convert trace.txt" "report trace.txt"; do
+    $PROGRAM $command --quiet -o file
+    $PROGRAM $command -o - >printed 2>err
+    cmp file printed || fail "$command -o -"
+    [ ! -e ./- ] || fail "$command makes a file of that name"
+    ! grep -q written err || fail "$command: $(cat err)"
+    status=0
+    $PROGRAM $command -o - >/dev/full 2>err || status=$?
+    expect 1 $status "$command -o - on a full disk"
+    grep -q '^ksbrain: error: standard output cannot be written' err || fail "$command -o -: $(cat err)"
+done
+
+# No file that it opens takes the place of a stream that is closed.
 ! $PROGRAM replay trace.txt >&- 2>err || fail "all is well with its output closed"
 expect "ksbrain: error: standard output cannot be written: Bad file descriptor" "$(cat err)" "with its output closed"
 ! $PROGRAM replay - <&- 2>err || fail "all is well with its input closed"

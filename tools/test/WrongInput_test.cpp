@@ -75,6 +75,7 @@ const Case CASES[] = {
     {"a page onto a directory", {"report", "good.csv", "-o", "folder"}, "folder", 1},
     {"a trace in a missing directory", {"synth", "-o", "none/trace.csv"}, "none/", 1},
     {"users into a full directory", {"synth", "--users", "2", "-o", "."}, "not empty"},
+    {"users to standard output", {"synth", "--users", "2", "-o", "-"}, "--users makes a directory"},
     {"CSV onto a directory", {"convert", "good.csv", "-o", "folder"}, "folder", 1},
     {"CSV onto its trace", {"convert", "good.csv", "-o", "./good.csv"}, "./good.csv: is the file"},
     {"CSV onto a link to it", {"convert", "good.csv", "-o", "soft.csv"}, "soft.csv: is the file"},

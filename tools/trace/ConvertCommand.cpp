@@ -50,9 +50,9 @@ void writeAll(const Options& options) {
         catchInterrupts();
         return writeFiles(file, options.output);
     }
-    if (options.output != "-") requireOtherFile(options.trace, options.output);
+    requireOtherFile(options.trace, options.output);
     const NamedTrace named = readOneTrace(options.trace, options.reading, options.quiet);
-    if (options.output == "-") return writeCsv(named.trace, writeOutput);
+    if (isStandardOutput(options.output)) return writeCsv(named.trace, writeOutput);
     catchInterrupts();
     writeFile(named.trace, options.output);
 }
@@ -79,7 +79,7 @@ Verb makeConvertVerb() {
          {"ksbrain convert lsapp.tsv.gz -o people/", "people/0.csv, people/1.csv and so on"}}};
     verb.text("TRACE", options->trace, std::string("What to read: ") + TRACE_KINDS).required();
     verb.text("-o,--output FILE|DIR/", options->output,
-              "Where to write the CSV (default: standard output). DIR/ makes a directory with a "
+              "Where to write the CSV (default: -, standard output). DIR/ makes a directory with a "
               "file for each user, \"4.csv\"");
     addTraceOptions(verb, options->reading);
     verb.flag("--quiet", options->quiet, "Do not say how the trace was understood");

@@ -77,8 +77,8 @@ TEST_F(CompareProgram, RefusesWhatIsNoScore) {
         {trace(40), ":1: is no JSON: \"com.app0\""},
         {path("cut"), path("cut") + ":2: is no JSON: "},
         {path("empty"), "there is no score"},
-        {path("none"), path("none") + ":1: cannot be opened"},
-        {path("."), ":1: cannot be read"},
+        {path("none"), path("none") + ": cannot be opened"},
+        {path("."), ": cannot be read"},
     };
     for (const auto& [file, message] : cases) {
         const ProgramRun refused = runKsbrain({"merge", file});

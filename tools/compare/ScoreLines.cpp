@@ -12,11 +12,12 @@ namespace {
 class ScoreReader {
   public:
     void read(const std::string& path) {
-        std::string place = (path == "-" ? "standard input" : printable(path)) + ":1";
+        const std::string name = path == "-" ? "standard input" : printable(path);
+        std::string place = name;  // with the line, from the first on
         try {
             size_t number = 0;
             readTextLines(path, [&](const std::string& line) {
-                place.replace(place.rfind(':') + 1, std::string::npos, std::to_string(++number));
+                place = name + ':' + std::to_string(++number);
                 add(parseScore(line), place);
             });
         } catch (const InputError& error) {

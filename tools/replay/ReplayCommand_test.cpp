@@ -66,7 +66,7 @@ TEST_F(ReplayProgram, RefusesBadInputAndLeavesTheDirectoryAlone) {
         std::vector<std::string> arguments;
         std::string message;
     } cases[] = {
-        {{path("none.csv")}, path("none.csv") + ":1: cannot be opened"},
+        {{path("none.csv")}, path("none.csv") + ": cannot be opened"},
         {{"--data-dir", path("t.txt"), path("t.txt")}, "is no directory"},
         {{"--data-dir", path("a/b"), path("t.txt")}, "cannot be made"},
         {{"--charging", "07:00-07:00", path("t.txt")}, "ends where it starts"},

@@ -96,4 +96,4 @@ done
 ! $PROGRAM replay trace.txt >&- 2>err || fail "all is well with its output closed"
 expect "ksbrain: error: standard output cannot be written: Bad file descriptor" "$(cat err)" "with its output closed"
 ! $PROGRAM replay - <&- 2>err || fail "all is well with its input closed"
-expect "standard input:1: cannot be read: Bad file descriptor" "$(cat err)" "with its input closed"
+expect "ksbrain: error: standard input: cannot be read: Bad file descriptor" "$(cat err)" "with its input closed"

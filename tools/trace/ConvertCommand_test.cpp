@@ -53,8 +53,8 @@ TEST_F(ConvertProgram, TakesOneOfSeveralUsersOrAllIntoADirectory) {
     for (const char* const verb : {"convert", "replay"}) {
         const ProgramRun refused = runKsbrain({verb, path("t.tsv")});
         EXPECT_EQ(refused.status, 2);
-        EXPECT_EQ(refused.err,
-                  path("t.tsv") + ":1: holds 2 users (3, 5): choose one with --user N\n");
+        EXPECT_EQ(refused.err, "ksbrain: error: " + path("t.tsv") +
+                                   ": holds 2 users (3, 5): choose one with --user N\n");
     }
     EXPECT_EQ(runKsbrain({"convert", path("t.tsv"), "-o", path("all/")}).status, 0);
     EXPECT_THAT(entriesOf(path("all")), ::testing::UnorderedElementsAre("3.csv", "5.csv"));
@@ -71,7 +71,7 @@ TEST_F(ConvertProgram, LeavesNothingHalfWritten) {
     } cases[] = {
         {{path("bad.txt"), "-o", path("old.csv")}, ":4: \"noon\" is no time"},
         {{path("late.csv"), "-o", path("old.csv")}, ":2: \"18446744073710\" lies outside"},
-        {{path("none.txt"), "-o", path("old.csv")}, ":1: cannot be opened"},
+        {{path("none.txt"), "-o", path("old.csv")}, ": cannot be opened"},
         {{path("bad.txt"), "--skip-bad", "-o", "/dev/full"}, "/dev/full: cannot be written"},
         {{path("bad.txt"), "--skip-bad", "-o", path("none/x.csv")}, "x.csv: cannot be written"},
         {{path("bad.txt"), "--skip-bad", "-o", path("old.csv/")}, "is no directory"},

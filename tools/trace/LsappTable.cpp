@@ -67,7 +67,8 @@ void readLsapp(TraceLines& lines, const std::string& path, const TraceOptions& o
                TraceFile& file) {
     std::string_view header;
     lines.next(header);
-    if (header != LSAPP_HEADER) throw InputError("the header has more columns than an LSApp table");
+    if (header != LSAPP_HEADER)
+        throw LineError(1, "the header has more columns than an LSApp table");
     DropList drops(options, DropList::Defaults::NONE);
     std::map<int, std::vector<Opening>> users;
     std::unordered_map<std::string, std::string> displayNames;

@@ -61,7 +61,7 @@ Trace readCsv(TraceLines& lines, const TraceOptions& options, TraceFile& file) {
     std::string_view header;
     lines.next(header);
     if (header != HEADER) {
-        throw InputError("the header is " + inQuotes(header) + " and not " + inQuotes(HEADER));
+        throw LineError(1, "the header is " + inQuotes(header) + " and not " + inQuotes(HEADER));
     }
     Trace trace;
     DropList drops(options, DropList::Defaults::NONE);

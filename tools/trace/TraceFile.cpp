@@ -37,7 +37,7 @@ Kind kindOf(std::string_view text, const std::string& path) {
     if (startsWith(first, LSAPP_HEADER)) return Kind::LSAPP;
     if (startsWith(first, "error: ") || startsWith(first, "adb: ") ||
         startsWith(first, "Can't find service: ")) {
-        throw InputError("no dump but a complaint of the debug bridge: " + inQuotes(first));
+        throw LineError(1, "no dump but a complaint of the debug bridge: " + inQuotes(first));
     }
     if (holdsUsageDump(text.substr(0, FARTHEST_LOOK))) return Kind::USAGE_STATS;
     const std::string extension = extensionOf(path);
@@ -93,9 +93,8 @@ TraceFile readLines(TraceLines& lines, const std::string& path, const TraceOptio
     return file;
 }
 
-std::string placed(const std::string& path, size_t line, const std::string& what) {
-    return (path == "-" ? "standard input" : printable(path)) + ":" + std::to_string(line) + ": " +
-           what;
+std::string shown(const std::string& path) {
+    return path == "-" ? "standard input" : printable(path);
 }
 
 }  // namespace
@@ -105,9 +104,9 @@ TraceFile TraceFile::read(const std::string& path, const TraceOptions& options) 
         TraceLines lines(readTraceText(path));
         return readLines(lines, path, options);
     } catch (const LineError& error) {
-        throw InputError(placed(path, error.line(), error.what()));
-    } catch (const InputError& error) {
-        throw InputError(placed(path, 1, error.what()));
+        throw InputError(shown(path) + ":" + std::to_string(error.line()) + ": " + error.what());
+    } catch (const InputError& error) {  // of the file as a whole
+        throw InputError(shown(path) + ": " + error.what());
     }
 }
 

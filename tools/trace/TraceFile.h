@@ -35,6 +35,7 @@ struct TraceFile {
     std::vector<std::string> notes;
 
     // Reads and checks a file of any kind, told by its content and unpacked when it is compressed;
-    // "-" is standard input. Throws InputError, "FILE:17: what is wrong".
+    // "-" is standard input. Throws InputError, "FILE:17: what is wrong", or
+    // "FILE: what is wrong" when that is no line.
     static TraceFile read(const std::string& path, const TraceOptions& options);
 };

@@ -122,8 +122,8 @@ TEST_F(TraceKinds, SaysWhatIsWrong) {
         std::string content;
         const char* message;
     } cases[] = {
-        {"t.dat", "hello\n", ":1: is neither a .csv nor a .txt file, and holds no dump"},
-        {"t.dat", "", ":1: the file is empty"},
+        {"t.dat", "hello\n", ": is neither a .csv nor a .txt file, and holds no dump"},
+        {"t.dat", "", ": the file is empty"},
         {"t.txt", "error: no devices/emulators found\n", "a complaint of the debug bridge"},
         {"t.gz", packed(DUMP).substr(0, 60), "the compressed file is cut short"},
         {"t.txt", "user=0\n  In-memory daily stats\n", ":2: the file holds no opening"},

@@ -65,7 +65,7 @@ NamedTrace readOneTrace(const std::string& path, const TraceOptions& options, bo
             users += (i == 0 ? "" : ", ") + userOf(file.traces[i]);
         }
         if (file.traces.size() > MAX_LISTED) users += ", ...";
-        throw InputError(shown(path) + ":1: holds " + grouped(file.traces.size()) + " users (" +
+        throw InputError(shown(path) + ": holds " + grouped(file.traces.size()) + " users (" +
                          users + "): choose one with --user N");
     }
     if (!quiet) printNotes(path, file);

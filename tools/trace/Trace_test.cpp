@@ -75,7 +75,7 @@ TEST_F(TraceFile, SaysWhatIsWrongAndWhere) {
         std::string content;
         const char* message;
     } cases[] = {
-        {"t.csv", "", ":1: the file is empty"},
+        {"t.csv", "", ": the file is empty"},
         {"t.csv", "time,package\n", ":1: the file holds no opening"},
         {"t.txt", "\n\n", ":2: the file holds no opening"},
         {"t.csv", "package,time\n1,a\n", ":1: the header is \"package,time\""},
@@ -91,7 +91,7 @@ TEST_F(TraceFile, SaysWhatIsWrongAndWhere) {
         {"t.csv", "time,package\n1,\"a\"b\n", ":2: text follows the closing quote"},
         {"t.csv", std::string("time,package\n1,a\0b\n", 18), ":2: the line holds a NUL byte"},
         {"t.txt", "a\n" + longLine + "\nb\n", ":2: the line is longer than 65,536 bytes"},
-        {"t.dat", "a\n", ":1: is neither a .csv nor a .txt file"},
+        {"t.dat", "a\n", ": is neither a .csv nor a .txt file"},
     };
     for (const auto& [name, content, message] : cases) {
         EXPECT_THAT(refusal(name, content), HasSubstr(message)) << content.substr(0, 80);

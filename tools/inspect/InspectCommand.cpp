@@ -22,7 +22,7 @@ int inspect(const Options& options) {
     const Inspection inspection = inspectDirectory(options.directory);
     writeOutput(options.json ? inspectionJson(inspection) : inspectionText(inspection));
     if (interruptSignal() != 0) return EXIT_SIGNALLED + interruptSignal();
-    return inspection.whole() ? 0 : EXIT_FAILED;
+    return inspection.whole() && !inspection.empty() ? 0 : EXIT_FAILED;
 }
 
 }  // namespace
@@ -33,7 +33,7 @@ Verb makeInspectVerb() {
         "inspect",
         "Say what the engine's files in a directory hold and whether they are whole. Nothing "
         "there is changed. The exit status is 0 when all that is there is whole, 1 when a "
-        "file is damaged or the next start would refuse it, 2 for wrong input",
+        "file is damaged, the next start would refuse it or none is there, 2 for wrong input",
         {{"ksbrain inspect DIR", "after ksbrain replay --data-dir DIR, or of files from a phone"},
          {"ksbrain inspect --json DIR", "the same as one JSON object"}}};
     verb.text("DIR", options->directory, "The engine's data directory").required();

@@ -29,6 +29,11 @@ std::string bytesText(const FileReport& report) {
 
 }  // namespace
 
+bool Inspection::empty() const {
+    return std::all_of(reports.begin(), reports.end(),
+                       [](const FileReport& report) { return report.state == FileState::MISSING; });
+}
+
 bool Inspection::whole() const {
     return std::all_of(reports.begin(), reports.end(), [](const FileReport& report) {
         return report.state == FileState::MISSING || report.state == FileState::WHOLE;
@@ -63,9 +68,8 @@ std::string inspectionText(const Inspection& inspection) {
         }
         text += '\n';
     }
-    const auto missing = [](const FileReport& r) { return r.state == FileState::MISSING; };
-    if (std::all_of(inspection.reports.begin(), inspection.reports.end(), missing)) {
-        return text + "There is nothing here yet: a start of the engine would begin untrained.\n";
+    if (inspection.empty()) {
+        return text + "No file here is the engine's: a start of it would begin untrained.\n";
     }
     return text + (inspection.whole() ? "All that is there is whole.\n"
                                       : "Not everything is whole: see above.\n");

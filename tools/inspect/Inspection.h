@@ -12,6 +12,9 @@ struct Inspection {
     std::vector<FileReport> reports;
     std::map<std::string, uint64_t> foreign;
 
+    // Whether nothing that is there is the engine's.
+    bool empty() const;
+
     // Whether everything that is there is whole, and would be taken by the next start.
     bool whole() const;
 };

@@ -216,6 +216,12 @@ TEST_F(InspectionOf, ADirectoryByTheProgram) {
     const ProgramRun damaged = runKsbrain({"inspect", "--json", mFiles.path()});
     EXPECT_EQ(damaged.status, 1);
     EXPECT_EQ(Json::parse(damaged.out)["files"][2]["state"], "damaged");
+    mkdir(mFiles.file("other").c_str(), 0755);
+    mFiles.write("other/notes.txt", "mine");
+    const ProgramRun other = runKsbrain({"inspect", mFiles.file("other")});
+    EXPECT_EQ(other.status, 1);
+    EXPECT_THAT(other.out, HasSubstr("No file here is the engine's"));
+    EXPECT_EQ(runKsbrain({"inspect", "--json", mFiles.file("other")}).status, 1);
     const ProgramRun missing = runKsbrain({"inspect", mFiles.file("none")});
     EXPECT_EQ(missing.status, 2);
     EXPECT_THAT(missing.err, HasSubstr("none: the data directory cannot be read"));

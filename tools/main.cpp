@@ -32,6 +32,7 @@ constexpr char NOTE[] =
     "Environment:\n"
     "  TZ              the zone of local times\n"
     "  TMPDIR          where temporary directories are made\n"
+    "  COLUMNS         the terminal's width, where the terminal does not tell\n"
     "  NO_COLOR        no colours, if not empty\n"
     "  CLICOLOR_FORCE  colours also where no terminal is, if neither empty nor 0";
 

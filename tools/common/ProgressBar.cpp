@@ -1,16 +1,19 @@
 #include "tools/common/ProgressBar.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 
 #include "tools/common/Text.h"
 
 namespace {
 
-constexpr size_t WIDTH = 30;
+constexpr size_t MAX_WIDTH = 30;
+constexpr size_t MIN_WIDTH = 5;  // a shorter bar says nothing
 constexpr std::chrono::milliseconds INTERVAL(100);
 
 // How long work goes on that has taken `elapsed` seconds for `done` of its `total` pieces, "5 s
@@ -23,6 +26,26 @@ std::string timeLeft(double elapsed, size_t done, size_t total) {
     const uint64_t minutes = (seconds + 59) / 60;
     if (minutes < 100) return std::to_string(minutes) + " min left";
     return std::to_string(minutes / 60) + " h " + std::to_string(minutes % 60) + " min left";
+}
+
+// Of the terminal that standard error is; a serial line, for instance, does not know.
+size_t columns() {
+    winsize size = {};
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+    const char* const variable = getenv("COLUMNS");
+    const int given = variable == nullptr ? 0 : atoi(variable);
+    return given > 0 ? static_cast<size_t>(given) : 80;
+}
+
+// The figures behind a bar as long as there is room for, or by themselves. The last column stays
+// free: some terminals begin a new line behind it.
+std::string fitted(const std::string& figures, size_t done, size_t total) {
+    const size_t room = columns() - 1;
+    const size_t taken = figures.size() + 3;
+    if (room < taken + MIN_WIDTH) return figures.substr(0, room);
+    const size_t width = std::min(MAX_WIDTH, room - taken);
+    const size_t filled = std::min(done, total) * width / total;
+    return '[' + std::string(filled, '#') + std::string(width - filled, '.') + "] " + figures;
 }
 
 }  // namespace
@@ -42,12 +65,11 @@ void ProgressBar::update(size_t done) {
     const Clock::time_point now = Clock::now();
     if (now < mNextDraw) return;
     mNextDraw = now + INTERVAL;
-    const size_t filled = std::min(done, mTotal) * WIDTH / mTotal;
-    const std::string bar = std::string(filled, '#') + std::string(WIDTH - filled, '.');
     const double elapsed = std::chrono::duration<double>(now - mStart).count();
     const std::string left = timeLeft(elapsed, done, mTotal);
-    fprintf(stderr, "\r[%s] %3zu %%  %s of %s  %.0f s%s%s\033[K", bar.c_str(), done * 100 / mTotal,
-            grouped(done).c_str(), grouped(mTotal).c_str(), elapsed, left.empty() ? "" : ", ",
-            left.c_str());
+    const std::string figures =
+        formatted("%3zu %%  %s of %s  %.0f s%s%s", done * 100 / mTotal, grouped(done).c_str(),
+                  grouped(mTotal).c_str(), elapsed, left.empty() ? "" : ", ", left.c_str());
+    fprintf(stderr, "\r%s\033[K", fitted(figures, done, mTotal).c_str());
     fflush(stderr);
 }

@@ -5,8 +5,8 @@
 #include <string>
 
 // One line on standard error that shows how far a piece of work is and how long it will take,
-// drawn at most ten times a second and wiped when the bar goes out of scope. Draws nothing when it
-// is not wanted or standard error is no terminal.
+// drawn at most ten times a second, no wider than the terminal, and wiped when the bar goes out of
+// scope. Draws nothing when it is not wanted or standard error is no terminal.
 class ProgressBar {
   public:
     ProgressBar(bool wanted, size_t total);

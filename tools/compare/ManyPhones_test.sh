@@ -2,17 +2,8 @@
 # ManyPhones_test.sh PROGRAM [EMULATOR]: the commands of docs/many-phones.md, run as they stand there, give what one
 # compare after the other gives; also when they were interrupted, and when one of the files is bad.
 set -eu
-
-manual=$(cd "$(dirname "$0")/../../docs" && pwd)/many-phones.md
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-
-mkdir bin traces tmp
-printf '#!/bin/sh\nexec %s "$@"\n' "${2:-} $1" >bin/ksbrain
-chmod +x bin/ksbrain
-PATH=$work/bin:$PATH HOME=$work TZ=UTC TMPDIR=$work/tmp
-export PATH HOME TZ TMPDIR
+. "$(dirname "$0")/../test/PageCommands.sh"
+mkdir traces
 
 for phone in 1 2 3 4 5 6 7; do
     awk -v phone=$phone 'BEGIN {
@@ -24,11 +15,8 @@ done >expected.jsonl
 ksbrain merge expected.jsonl >expected
 printf 'time,package\n5,com.a\n4,com.b\n' >traces/0.csv
 
-# The commands in the fenced block that follows a heading.
-block() {
-    awk -v heading="### $1" '$0 == heading { wanted = 1 }
-        /^```/ { inside = wanted && $0 == "```sh"; if ($0 == "```") wanted = 0; next }
-        inside' "$manual"
+block() { # HEADING
+    fenced sh docs/many-phones.md "$1"
 }
 
 check_result() {

@@ -74,6 +74,8 @@ Comparison compareMethods(const ScoreSum& scores, uint64_t seed) {
     comparison.byTrace = comparison.traces >= ScoreSum::MANY_TRACES;
     comparison.units = units.size();
     comparison.counts = sums.counts;
+    comparison.repeats = scores.total().repeats;
+    comparison.own = scores.total().own;
     for (size_t m = 0; m < METHODS.size(); ++m) {
         comparison.answered[m] = scores.total().methods[m].answered;
         for (size_t i = 0; i < MEASURES; ++i) {

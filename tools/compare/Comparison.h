@@ -9,8 +9,8 @@
 
 // How well the methods did on all traces together, with 95 % intervals.
 
-// What a method is judged by. Each is a mean over all openings, answered or not: the share of hits
-// at each of DEPTHS, and the mean of 1/rank (0 off the list).
+// What a method is judged by. Each is a mean over all openings that count, answered or not: the
+// share of hits at each of DEPTHS, and the mean of 1/rank (0 off the list).
 constexpr size_t MEASURES = DEPTHS.size() + 1;
 constexpr size_t RECIPROCAL_RANK = DEPTHS.size();
 
@@ -37,6 +37,8 @@ struct Comparison {
     bool byTrace;  // whether traces were drawn for the intervals, else days
     size_t units;  // how many of them there are
     HitCounts counts;
+    uint64_t repeats;  // which do not count
+    OwnCounts own;
     std::array<uint64_t, METHODS.size()> answered;
     std::array<Estimates, METHODS.size()> methods;
     std::array<Rival, MEASURES> rivals;

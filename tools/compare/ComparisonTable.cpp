@@ -33,7 +33,10 @@ std::string intervalText(size_t measure, const Estimate& estimate) {
 std::string headLines(const Comparison& comparison) {
     return amount(comparison.counts.openings, "opening") + " of " +
            amount(comparison.traces, "trace") + "; 95 % intervals by drawing from " +
-           amount(comparison.units, comparison.byTrace ? "trace" : "day") + "\n\n" +
+           amount(comparison.units, comparison.byTrace ? "trace" : "day") + "\n" +
+           "left out: " + amount(comparison.repeats, "repeat") +
+           " of the application in front, and " +
+           (comparison.traces == 1 ? "the first opening" : "each trace's first opening") + "\n\n" +
            "method              answered          top-1             top-4             top-8"
            "              MRR\n";
 }
@@ -82,6 +85,23 @@ std::string rivalLine(const Comparison& comparison, size_t measure) {
     return line + "\n";
 }
 
+// The engine's counters go by another yardstick than the rows of the table.
+std::string ownLines(const OwnCounts& own) {
+    std::string text =
+        "the engine's own counters, as replay prints them: of all openings that it scored, repeats "
+        "too,\nthose among its first one and four, where the application in front keeps its "
+        "place\n";
+    for (const auto& [name, predictor] :
+         {std::pair("Bayes", BY_BAYES), std::pair("sequence network", BY_NETWORK)}) {
+        const auto [scored, first, firstFour] = own[predictor];
+        text += padded(name, 18) + rightAligned(grouped(scored), 10) +
+                rightAligned(grouped(first), 10) + rightAligned(percentage(first, scored), 8) +
+                rightAligned(grouped(firstFour), 10) +
+                rightAligned(percentage(firstFour, scored), 8) + "\n";
+    }
+    return text;
+}
+
 double rounded(double value) {
     return std::round(value * 1e6) / 1e6;
 }
@@ -102,12 +122,13 @@ std::string comparisonTable(const Comparison& comparison) {
     for (const Method method : METHODS) text += methodRows(comparison, method);
     text += std::string(99, '-') + "\n";
     for (size_t i = 0; i < MEASURES; ++i) text += rivalLine(comparison, i);
-    return text;
+    return text + "\n" + ownLines(comparison.own);
 }
 
 std::string comparisonJson(const Comparison& comparison) {
     Json object = {{"traces", comparison.traces},
                    {"openings", comparison.counts.openings},
+                   {"repeats", comparison.repeats},
                    {"drawn", comparison.byTrace ? "traces" : "days"},
                    {"units", comparison.units}};
     for (size_t m = 0; m < METHODS.size(); ++m) {
@@ -125,5 +146,6 @@ std::string comparisonJson(const Comparison& comparison) {
             {"method", methodKey(comparison.rivals[i].rule)},
             {"engine_lead", estimateJson(comparison.rivals[i].lead)}};
     }
+    object["own"] = comparison.own;
     return jsonLine(object);
 }

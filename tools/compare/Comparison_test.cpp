@@ -113,6 +113,19 @@ TEST(Comparison, TheOrderOfTheScoresDoesNotMatter) {
     EXPECT_DOUBLE_EQ(one.methods[ENGINE][TOP_1].value, 0.4);
 }
 
+TEST(Comparison, TheTableSaysWhatIsLeftOutAndWhatTheEngineCounts) {
+    TraceScore score = trace("a", {2, 0});
+    score.repeats = 1234;
+    score.own = {{{2000, 500, 1000}, {0, 0, 0}}};
+    const std::string table = comparisonTable(compareScores({score}, 1));
+    EXPECT_THAT(table, HasSubstr("20 openings of 1 trace;"));
+    EXPECT_THAT(table, HasSubstr("left out: 1,234 repeats of the application in front"));
+    EXPECT_THAT(table, HasSubstr("\nBayes                  2,000       500  25.0 %"));
+    EXPECT_THAT(table, HasSubstr("\nsequence network           0         0       -"));
+    EXPECT_EQ(Json::parse(comparisonJson(compareScores({score}, 1)))["own"],
+              Json::parse("[[2000,500,1000],[0,0,0]]"));
+}
+
 TEST(Comparison, RatesAreOverAllOpenings) {
     TraceScore score = trace("a", {2, 0});
     addDay(score, ENGINE, "2026-01-10", 4, 1);

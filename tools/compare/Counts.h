@@ -9,6 +9,10 @@
 #include "tools/compare/Method.h"
 
 // What is counted of openings, in whole numbers, which add up exactly.
+//
+// An opening counts when its name is another than the one in front: a daemon has nothing to preload
+// before the first and for a repeat. So the name in front is struck from every list, and takes no
+// place of it.
 
 // A hit is an opening whose application stood among so many first names of the list made before it.
 constexpr std::array<uint32_t, 3> DEPTHS = {1, 4, 8};
@@ -46,8 +50,8 @@ using MethodScores = std::array<MethodScore, METHODS.size()>;
 enum Answer : size_t { BY_BAYES, BY_NETWORK, NO_ANSWER, TRAININGS };
 using AnswerCounts = std::array<uint64_t, 4>;
 
-// What the engine counts itself, BY_BAYES and BY_NETWORK: the openings it scored, and of these the
-// ones that the predictor had first and among the first four.
+// What the engine counts itself, BY_BAYES and BY_NETWORK: the openings it scored, repeats among
+// them, and of these the ones that the predictor's whole list had first and among the first four.
 using OwnCounts = std::array<std::array<uint64_t, 3>, 2>;
 
 inline void addCounts(uint64_t& sum, uint64_t counts) {

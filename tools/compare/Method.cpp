@@ -1,6 +1,7 @@
 #include "tools/compare/Method.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -30,7 +31,7 @@ constexpr MethodNames NAMES[] = {
 };
 static_assert(std::size(NAMES) == METHODS.size());
 
-// Holds each answer of a walk against the opening after it.
+// Holds each answer of a walk, without the name in front, against the opening after it.
 class AnswerScorer {
   public:
     explicit AnswerScorer(const Trace& trace) : mTrace(trace) {}
@@ -41,10 +42,12 @@ class AnswerScorer {
     // The walk is at the next row, with this answer after its opening and so many trainings behind.
     void add(const std::vector<std::string>& answer, bool network, int trainings) {
         if (row() > 0) passTrainings(trainings);
-        mGuess.rank = rankOf(mTrace.name(row()));
+        const std::string& front = mTrace.name(row());
+        mGuess.rank = rankOf(front);
         mRun.guesses.push_back(mGuess);
-        mAnswer = answer;
-        mGuess = {static_cast<uint32_t>(answer.size()), 0, network && !answer.empty()};
+        mAnswer.clear();
+        std::remove_copy(answer.begin(), answer.end(), std::back_inserter(mAnswer), front);
+        mGuess = {static_cast<uint32_t>(mAnswer.size()), 0, network && !mAnswer.empty()};
     }
 
     MethodRun finish(int trainings) {

@@ -33,7 +33,7 @@ constexpr bool isRule(Method method) {
     return method >= Method::MOST_USED;
 }
 
-// What a method said before an opening.
+// What a method said before an opening. The name in front has been struck from its list.
 struct Guess {
     uint32_t length;  // names on its list; 0 when it had no answer
     uint32_t rank;    // of the application that was opened, from 1; 0 when it is not on the list
@@ -41,7 +41,7 @@ struct Guess {
 };
 
 struct MethodRun {
-    std::vector<Guess> guesses;     // for each opening
+    std::vector<Guess> guesses;     // for each row
     std::vector<size_t> trainings;  // of the network that ended: the row of the opening before
     // The engine's own counters at the end; none for the other methods.
     PredictorScore bayes;

@@ -171,7 +171,9 @@ void check(const TraceScore& score) {
         if (!isDay(day)) refuse(inQuotes(day) + " is no day");
     }
     const uint64_t openings = openingsOf(score.openings);
-    if (openings == 0 || openings > MAX_OPENINGS) refuse("no openings, or too many");
+    if (openings == 0 || openings > MAX_OPENINGS || score.repeats > MAX_OPENINGS) {
+        refuse("no openings, or too many");
+    }
     for (size_t i = 0; i < METHODS.size(); ++i) {
         if (addsUp(score.methods[i], score)) continue;
         refuse(inQuotes(methodKey(METHODS[i])) + " has more answers or ranks than openings");

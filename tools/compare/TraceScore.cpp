@@ -3,12 +3,14 @@
 #include <ctime>
 #include <vector>
 
+#include "tools/common/InputError.h"
 #include "tools/common/Text.h"
 
 namespace {
 
 // Where an opening is counted.
 struct Place {
+    size_t row;
     std::string day;
     std::array<HitCounts*, 3> counts;
 };
@@ -18,17 +20,32 @@ uint32_t hourOfWeek(const tm& time) {
     return static_cast<uint32_t>((time.tm_wday + 6) % 7 * 24 + time.tm_hour);
 }
 
-// Counts the openings, each at its places.
+std::string dayOf(const tm& local) {
+    return timeText(local, "%Y-%m-%d");
+}
+
+// By the clock on the wall.
+tm localTime(const Trace& trace, size_t row) {
+    const time_t moment = wholeSeconds(trace.time(row));
+    tm local{};
+    localtime_r(&moment, &local);
+    return local;
+}
+
+// Counts the openings that count, each at its places.
 std::vector<Place> countOpenings(const Trace& trace, TraceScore& score) {
     std::vector<Place> places;
-    places.reserve(trace.size());
-    for (size_t row = 0; row < trace.size(); ++row) {
-        const time_t moment = wholeSeconds(trace.time(row));
-        tm local{};  // by the clock on the wall
-        localtime_r(&moment, &local);
-        places.push_back({timeText(local, "%Y-%m-%d"),
-                          {&score.hours[hourOfWeek(local)], &score.stretches[stretchOf(row + 1)],
-                           &score.apps[trace.name(row)]}});
+    for (size_t row = 1; row < trace.size(); ++row) {
+        if (trace.name(row) == trace.name(row - 1)) {
+            ++score.repeats;
+            continue;
+        }
+        const tm local = localTime(trace, row);
+        places.push_back(
+            {row,
+             dayOf(local),
+             {&score.hours[hourOfWeek(local)], &score.stretches[stretchOf(places.size() + 1)],
+              &score.apps[trace.name(row)]}});
         ++score.openings[places.back().day];
         for (HitCounts* const counts : places.back().counts) ++counts->openings;
     }
@@ -37,23 +54,26 @@ std::vector<Place> countOpenings(const Trace& trace, TraceScore& score) {
 
 void countGuesses(size_t method, const std::vector<Guess>& guesses,
                   const std::vector<Place>& places, MethodScore& score) {
-    for (size_t row = 0; row < guesses.size(); ++row) {
-        const Guess& guess = guesses[row];
+    for (const Place& place : places) {
+        const Guess& guess = guesses[place.row];
         if (guess.length > 0) ++score.answered;
         if (guess.rank == 0) continue;
-        ++score.ranks[places[row].day][guess.rank];
-        for (HitCounts* const counts : places[row].counts) counts->addHits(method, guess.rank);
+        ++score.ranks[place.day][guess.rank];
+        for (HitCounts* const counts : place.counts) counts->addHits(method, guess.rank);
     }
 }
 
-void countAnswers(const MethodRun& engine, const std::vector<Place>& places, TraceScore& score) {
-    for (size_t row = 0; row < engine.guesses.size(); ++row) {
-        const Guess& guess = engine.guesses[row];
+void countAnswers(const MethodRun& engine, const Trace& trace, const std::vector<Place>& places,
+                  TraceScore& score) {
+    for (const Place& place : places) {
+        const Guess& guess = engine.guesses[place.row];
         const Answer answer = guess.length == 0 ? NO_ANSWER : guess.network ? BY_NETWORK : BY_BAYES;
-        ++score.answers[places[row].day][answer];
+        ++score.answers[place.day][answer];
         ++score.lengths[guess.length][answer];
     }
-    for (const size_t row : engine.trainings) ++score.answers[places[row].day][TRAININGS];
+    for (const size_t row : engine.trainings) {
+        ++score.answers[dayOf(localTime(trace, row))][TRAININGS];
+    }
 }
 
 std::array<uint64_t, 3> ownCounts(const PredictorScore& score) {
@@ -87,6 +107,10 @@ std::optional<TraceScore> scoreTrace(const NamedTrace& named, const ChargingPlan
     score.name = named.name;
     score.charging = plan.text();
     const std::vector<Place> places = countOpenings(trace, score);
+    if (places.empty()) {
+        throw InputError(printable(named.name) +
+                         ": nothing can be judged, as no opening follows one of another name");
+    }
     for (size_t method = 0; method < METHODS.size(); ++method) {
         const std::optional<MethodRun> run =
             runMethod(METHODS[method], trace, plan,
@@ -94,7 +118,7 @@ std::optional<TraceScore> scoreTrace(const NamedTrace& named, const ChargingPlan
         if (!run) return std::nullopt;
         countGuesses(method, run->guesses, places, score.methods[method]);
         if (METHODS[method] != Method::ENGINE) continue;
-        countAnswers(*run, places, score);
+        countAnswers(*run, trace, places, score);
         score.own[BY_BAYES] = ownCounts(run->bayes);
         score.own[BY_NETWORK] = ownCounts(run->network);
     }

@@ -14,8 +14,11 @@
 // Those of several traces add up to one of all of them.
 struct TraceScore {
     std::string name;
-    std::string charging;                      // the plan
-    std::map<std::string, uint64_t> openings;  // by day, "2026-03-01" in local time
+    std::string charging;  // the plan
+    // Those that count (see Counts.h), by day, "2026-03-01" in local time; of the others, which are
+    // left out everywhere, the repeats.
+    std::map<std::string, uint64_t> openings;
+    uint64_t repeats = 0;
     MethodScores methods;
     std::map<uint32_t, HitCounts> hours;      // of the week, 0 on Monday at 00:00 local time
     std::map<uint32_t, HitCounts> stretches;  // see stretchOf()
@@ -33,6 +36,7 @@ struct TraceScore {
     template <typename Visit>
     static void forEachCount(const Visit& visit) {
         visit("openings", &TraceScore::openings);
+        visit("repeats", &TraceScore::repeats);
         visit("methods", &TraceScore::methods);
         visit("hours", &TraceScore::hours);
         visit("stretches", &TraceScore::stretches);
@@ -52,6 +56,7 @@ uint32_t stretchOf(uint64_t opening);
 uint64_t lastOfStretch(uint32_t stretch);
 
 // Runs every method over the trace. `goOn` is asked again and again, with how many of the trace's
-// rows are behind in all runs together. Returns nothing when it said no.
+// rows are behind in all runs together. Returns nothing when it said no. Throws InputError when no
+// opening of the trace counts.
 std::optional<TraceScore> scoreTrace(const NamedTrace& trace, const ChargingPlan& plan,
                                      const std::function<bool(size_t done)>& goOn);

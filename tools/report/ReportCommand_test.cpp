@@ -49,7 +49,7 @@ TEST(ReportProgram, AScoreGivesThePageOfItsTrace) {
     const ProgramRun direct = runKsbrain(
         {"report", "--quiet", "--charging", "never", "-o", files.file("direct.html"), names});
     EXPECT_EQ(direct.status, 0) << direct.err;
-    EXPECT_THAT(files.read("direct.html"), HasSubstr("\"openings\":5"));
+    EXPECT_THAT(files.read("direct.html"), HasSubstr("\"openings\":4"));
     const ProgramRun indirect =
         runKsbrain({"report", "--quiet", "--from", "-", "-o", files.file("from.html")}, score);
     EXPECT_EQ(indirect.status, 0) << indirect.err;

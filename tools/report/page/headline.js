@@ -9,8 +9,10 @@ function measured() {
   const names = data.traces.join(", ") + (others > 0 ? ` and ${count(others)} more` : "");
   return (
     `${count(data.openings)} openings of ${count(data.appCount)} applications, ${data.from} to ${data.to}, from ${names}. ` +
+    `Left out: ${count(data.repeats)} repeats of the application in front, and the first opening of each trace. ` +
     "Each opening was predicted from what came before it only, by an engine that started knowing nothing; " +
-    `a hit is an opening whose application stood on the list made before it. Charging: ${data.charging}.`
+    "a hit is an opening whose application stood on the list made before it, from which the application in front is struck. " +
+    `Charging: ${data.charging}.`
   );
 }
 
@@ -97,8 +99,8 @@ function ownCounters() {
     element(
       "p",
       {},
-      "As “ksbrain replay” prints them. The engine scores only once it can predict, and each application by the predictor in charge of it, " +
-        "so they may differ a little from the shares of all openings on this page.",
+      "As “ksbrain replay” prints them. The engine scores only once it can predict, and each application by the predictor in charge of it. " +
+        "It takes in repeats, and leaves the application in front on the list: a yardstick other than this page's.",
     ),
   );
 }

@@ -9,7 +9,9 @@
 
 #include "platform/testing/LogCapture.h"
 #include "platform/testing/TempDir.h"
+#include "preload/BayesAdapter.h"
 #include "tools/replay/ResultTable.h"
+#include "tools/trace/PackageNames.h"
 
 namespace {
 
@@ -210,6 +212,15 @@ TEST_F(Replay, StopsWhenItIsTold) {
     });
     EXPECT_FALSE(result);
     EXPECT_EQ(last, 6U);
+}
+
+TEST(PackageNames, AreThoseThatTheEngineTakes) {
+    EXPECT_FALSE(isPackageName(""));
+    for (int c = 0; c < 256; ++c) {
+        const std::string name = {'a', static_cast<char>(c)};
+        EXPECT_EQ(isPackageName(name), BayesAdapter::isPackageName(name)) << c;
+        EXPECT_TRUE(BayesAdapter::isPackageName(packageLikeName(name))) << c;
+    }
 }
 
 TEST(ResultTable, ShowsCountsAndRates) {

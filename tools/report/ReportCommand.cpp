@@ -73,6 +73,7 @@ Verb makeReportVerb() {
         .excludes("--keep")
         .excludes("--day-first")
         .excludes("--month-first")
+        .excludes("--underscores")
         .excludes("--skip-bad");
     verb.text("-o,--output FILE", options->output, "The page to write; - is standard output")
         .required();

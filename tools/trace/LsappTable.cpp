@@ -4,10 +4,10 @@
 #include <array>
 #include <charconv>
 #include <map>
-#include <unordered_map>
 
 #include "tools/common/Text.h"
 #include "tools/trace/DropList.h"
+#include "tools/trace/PackageNames.h"
 
 namespace {
 
@@ -40,19 +40,6 @@ int parseUser(std::string_view text) {
     return user;
 }
 
-// The display name as the engine takes names: each character that is no letter A-Z or a-z, digit,
-// dot or underscore becomes an underscore.
-std::string packageLikeName(std::string_view displayName) {
-    std::string name;
-    for (const char c : displayName) {
-        const bool continuesCharacter = (c & 0xc0) == 0x80;
-        const bool plain =
-            c == '.' || (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-        if (!continuesCharacter) name += plain ? c : '_';
-    }
-    return name;
-}
-
 std::string listOf(const std::map<int, std::vector<Opening>>& users) {
     std::string list;
     for (const auto& [id, openings] : users) {
@@ -71,7 +58,7 @@ void readLsapp(TraceLines& lines, const std::string& path, const TraceOptions& o
         throw LineError(1, "the header has more columns than an LSApp table");
     DropList drops(options, DropList::Defaults::NONE);
     std::map<int, std::vector<Opening>> users;
-    std::unordered_map<std::string, std::string> displayNames;
+    NameMap names;
     size_t backward = 0;
     lines.forEach(options.skipBad, file.skipped, [&](std::string_view row) {
         if (isBlank(row)) return;
@@ -83,12 +70,7 @@ void readLsapp(TraceLines& lines, const std::string& path, const TraceOptions& o
         if (isBlank(app)) throw InputError("the row has no app_name");
         const TraceTime last = openings.empty() ? TraceTime(0) : openings.back().time;
         const TraceTime time = parseTraceTime(fields[TIME], last);
-        const std::string name = packageLikeName(app);
-        const std::string& known = displayNames.emplace(name, app).first->second;
-        if (known != app) {
-            throw InputError(inQuotes(app) + " and " + inQuotes(known) + " both become " +
-                             inQuotes(name));
-        }
+        const std::string& name = names.map(app);  // display names, with blanks
         if (drops.drops(app) || drops.drops(name)) return;
         backward += time < last ? 1 : 0;
         openings.push_back({time, name});

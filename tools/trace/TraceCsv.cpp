@@ -3,6 +3,7 @@
 #include "tools/common/Text.h"
 #include "tools/trace/DropList.h"
 #include "tools/trace/LocalTime.h"
+#include "tools/trace/PackageNames.h"
 
 namespace {
 
@@ -65,6 +66,7 @@ Trace readCsv(TraceLines& lines, const TraceOptions& options, TraceFile& file) {
     }
     Trace trace;
     DropList drops(options, DropList::Defaults::NONE);
+    NameMap names;
     TraceTime last{0};
     lines.forEach(options.skipBad, file.skipped, [&](std::string_view row) {
         if (isBlank(row)) {
@@ -80,7 +82,7 @@ Trace readCsv(TraceLines& lines, const TraceOptions& options, TraceFile& file) {
         const std::string name = takeField(row, true);
         if (isBlank(name)) throw InputError("the row has no name");
         last = time;
-        if (!drops.drops(name)) trace.add(time, name);
+        if (!drops.drops(name)) trace.add(time, options.underscores ? names.map(name) : name);
     });
     drops.note(file.notes);
     return trace;

@@ -6,6 +6,7 @@
 #include "tools/common/Text.h"
 #include "tools/trace/DropList.h"
 #include "tools/trace/LsappTable.h"
+#include "tools/trace/PackageNames.h"
 #include "tools/trace/TraceCsv.h"
 #include "tools/trace/TraceInput.h"
 #include "tools/trace/TraceLines.h"
@@ -51,11 +52,12 @@ Kind kindOf(std::string_view text, const std::string& path) {
 Trace readNames(TraceLines& lines, const TraceOptions& options, TraceFile& file) {
     Trace trace;
     DropList drops(options, DropList::Defaults::NONE);
+    NameMap names;
     TraceTime time = FIRST_UNTIMED;
     lines.forEach(options.skipBad, file.skipped, [&](std::string_view line) {
         if (isBlank(line)) return;
         const std::string name(line);
-        if (!drops.drops(name)) trace.add(time, name);
+        if (!drops.drops(name)) trace.add(time, options.underscores ? names.map(name) : name);
         time += UNTIMED_STEP;
     });
     drops.note(file.notes);
@@ -90,6 +92,10 @@ TraceFile readLines(TraceLines& lines, const std::string& path, const TraceOptio
     const bool empty = std::any_of(file.traces.begin(), file.traces.end(),
                                    [](const NamedTrace& named) { return named.trace.size() == 0; });
     if (empty || file.traces.empty()) throw LineError(lines.number(), "the file holds no opening");
+    for (const NamedTrace& named : file.traces) {
+        const std::string note = noteOfOtherNames(named.trace);
+        if (!note.empty()) file.notes.push_back(note);
+    }
     return file;
 }
 

@@ -16,7 +16,8 @@ struct TraceOptions {
     std::vector<std::string> keep;  // names of the default list that are
     std::optional<int> user;        // the one user to read of a file that holds several
     DateOrder dateOrder = DateOrder::FROM_FILE;
-    bool skipBad = false;  // bad lines are counted instead of refused
+    bool underscores = false;  // for what the Bayes model does not take; LSApp tables always
+    bool skipBad = false;      // bad lines are counted instead of refused
 };
 
 // One person's openings.

@@ -12,6 +12,7 @@
 
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
@@ -154,6 +155,27 @@ TEST_F(TraceKinds, SkipsBadLinesWhenAskedTo) {
         EXPECT_THAT(opened(name, content), HasSubstr(": a b a")) << name;
         EXPECT_EQ(read(name, content).skipped, 3U) << name;
     }
+}
+
+TEST_F(TraceKinds, NamesThatTheModelDoesNotTakeAreCountedOrMapped) {
+    const char* const names = "a\ng++\na\nb c\nb c\na\na\na\ng++\n";
+    EXPECT_EQ(opened("t.txt", names), "names: a g++ a b c b c a a a g++");
+    EXPECT_THAT(read("t.txt", names).notes,
+                ElementsAre(AllOf(HasSubstr("2 names have characters"),
+                                  HasSubstr("never predicts their 4 openings"),
+                                  HasSubstr("no answer before 5 openings"))));
+    EXPECT_THAT(read("t.txt", "a\nb_\nC.9\n").notes, ElementsAre());
+
+    mOptions.underscores = true;
+    EXPECT_EQ(opened("t.txt", names), "names: a g__ a b_c b_c a a a g__");
+    EXPECT_THAT(read("t.txt", names).notes, ElementsAre());
+    EXPECT_EQ(opened("t.csv", CSV + "7,caf\xC3\xA9 1\n"), "CSV: a b a caf__1");
+    EXPECT_EQ(opened("t.dump", DUMP + "    time=\"1970-01-01 00:00:09\" type=1 package=x-y\n"),
+              "usagestats: a b a x_y");
+    EXPECT_EQ(opened("t.csv", CSV + "7,b c\n7,b c\n8,b-c\n"),
+              ":7: \"b-c\" and \"b c\" both become \"b_c\"");
+    mOptions.drop = {"b c"};
+    EXPECT_EQ(opened("t.csv", CSV + "7,b c\n8,b-c\n"), "CSV: a b a b_c");
 }
 
 TEST_F(TraceKinds, LsappGivesATraceForEachUserInOrderOfTime) {

@@ -44,6 +44,9 @@ void addTraceOptions(Verb& verb, TraceOptions& options) {
     };
     verb.custom("--month-first", "Read them with the month first", monthFirst)
         .excludes("--day-first");
+    verb.flag("--underscores", options.underscores,
+              "Put an underscore for each character of a name that the engine's Bayes model does "
+              "not take (all but A-Z, a-z, digits, dots and underscores)");
     verb.flag("--skip-bad", options.skipBad, "Count lines that cannot be read and go on");
 }
 

@@ -8,7 +8,7 @@
 // What kinds of files there are, for the help text of the traces.
 extern const char* const TRACE_KINDS;
 
-// --user, --drop, --keep, --day-first, --month-first and --skip-bad.
+// --user, --drop, --keep, --day-first, --month-first, --underscores and --skip-bad.
 void addTraceOptions(Verb& verb, TraceOptions& options);
 
 // Prints what the user should know of how the file was understood, on standard error.

@@ -61,8 +61,10 @@ void UsageSections::addEvent(std::string_view line) {
     }
     if (event.isCut) throw InputError(BROKEN);
     if (!event.isOpening) return;
-    sections.back().push_back(
-        {std::string(event.time), std::string(event.package), mLines.number()});
+    const std::string package(event.package);
+    sections.back().push_back({std::string(event.time),
+                               mOptions.underscores ? mNames.map(package) : package,
+                               mLines.number()});
     if (event.endsAtPackage) mBareLine = mLines.number();
 }
 

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/trace/PackageNames.h"
 #include "tools/trace/TraceFile.h"
 #include "tools/trace/TraceLines.h"
 #include "tools/trace/UsageTime.h"
@@ -40,6 +41,7 @@ class UsageSections {
     const TraceOptions& mOptions;
     TraceFile& mFile;
     DateOrderClues mClues;
+    NameMap mNames;
     std::vector<int> mUsers;
     int mUser;
     int mCurrent = 0;

@@ -30,7 +30,7 @@ constexpr char NOTE[] =
     "  128+N  signal N ended it; 141 when nobody reads its output any more\n"
     "\n"
     "Environment:\n"
-    "  TZ              the zone of local times\n"
+    "  TZ              the zone of local times; an unknown one is refused\n"
     "  TMPDIR          where temporary directories are made\n"
     "  COLUMNS         the terminal's width, where the terminal does not tell\n"
     "  NO_COLOR        no colours, if not empty\n"

@@ -7,6 +7,7 @@
 #include "tools/common/HelpText.h"
 #include "tools/common/InputError.h"
 #include "tools/common/Output.h"
+#include "tools/common/TimeZone.h"
 
 namespace {
 
@@ -99,5 +100,6 @@ int runCommandLine(const Program& program, int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         throw InputError(errorText(program, parser, error));
     }
+    requireKnownZone();
     return givenVerb(program, parser)->run();
 }

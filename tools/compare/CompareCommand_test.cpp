@@ -74,10 +74,20 @@ TEST_F(CompareProgram, RefusesWhatIsNoScore) {
     mFiles.write("good", output({"compare", "--json", trace(30)}));
     mFiles.write("cut", mFiles.read("good") + mFiles.read("good").substr(0, 500));
     mFiles.write("empty", "");
+    const std::pair<const char*, const char*> conditions[] = {{"zone", "Europe/Berlin"},
+                                                              {"charging", "never"}};
+    for (const auto& [member, value] : conditions) {
+        Json other = Json::parse(output({"compare", "--json", trace(60)}));
+        other[member] = value;
+        mFiles.write(member, mFiles.read("good") + jsonLine(other));
+    }
     const struct {
         std::string file;
         std::string message;
     } cases[] = {
+        {path("zone"), path("zone") + ":2: was made with another TZ (Europe/Berlin) than " +
+                           path("zone") + ":1 (UTC)"},
+        {path("charging"), ":2: was made with another --charging (never) than "},
         {trace(40), ":1: is no JSON: \"com.app0\""},
         {path("cut"), path("cut") + ":2: is no JSON: "},
         {path("empty"), "there is no score"},

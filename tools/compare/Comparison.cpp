@@ -75,6 +75,8 @@ Comparison compareMethods(const ScoreSum& scores, uint64_t seed) {
     comparison.units = units.size();
     comparison.counts = sums.counts;
     comparison.repeats = scores.total().repeats;
+    comparison.charging = scores.total().charging;
+    comparison.zone = scores.total().zone;
     comparison.own = scores.total().own;
     for (size_t m = 0; m < METHODS.size(); ++m) {
         comparison.answered[m] = scores.total().methods[m].answered;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "tools/compare/ScoreSum.h"
 
@@ -38,6 +39,8 @@ struct Comparison {
     size_t units;  // how many of them there are
     HitCounts counts;
     uint64_t repeats;  // which do not count
+    std::string charging;
+    std::string zone;
     OwnCounts own;
     std::array<uint64_t, METHODS.size()> answered;
     std::array<Estimates, METHODS.size()> methods;

@@ -36,7 +36,9 @@ std::string headLines(const Comparison& comparison) {
            amount(comparison.units, comparison.byTrace ? "trace" : "day") + "\n" +
            "left out: " + amount(comparison.repeats, "repeat") +
            " of the application in front, and " +
-           (comparison.traces == 1 ? "the first opening" : "each trace's first opening") + "\n\n" +
+           (comparison.traces == 1 ? "the first opening" : "each trace's first opening") + "\n" +
+           "charging: " + printable(comparison.charging) + "; local times are those of " +
+           printable(comparison.zone) + "\n\n" +
            "method              answered          top-1             top-4             top-8"
            "              MRR\n";
 }
@@ -126,11 +128,11 @@ std::string comparisonTable(const Comparison& comparison) {
 }
 
 std::string comparisonJson(const Comparison& comparison) {
-    Json object = {{"traces", comparison.traces},
-                   {"openings", comparison.counts.openings},
-                   {"repeats", comparison.repeats},
-                   {"drawn", comparison.byTrace ? "traces" : "days"},
-                   {"units", comparison.units}};
+    Json object = {
+        {"traces", comparison.traces},   {"charging", comparison.charging},
+        {"zone", comparison.zone},       {"openings", comparison.counts.openings},
+        {"repeats", comparison.repeats}, {"drawn", comparison.byTrace ? "traces" : "days"},
+        {"units", comparison.units}};
     for (size_t m = 0; m < METHODS.size(); ++m) {
         Json& entry = object["methods"][methodKey(METHODS[m])];
         entry["answered"] = comparison.answered[m];

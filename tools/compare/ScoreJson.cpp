@@ -57,7 +57,7 @@ Json countsJson(const MethodScores& methods) {
 }
 
 Json scoreJson(const TraceScore& score) {
-    Json object = {{"name", score.name}, {"charging", score.charging}};
+    Json object = {{"name", score.name}, {"charging", score.charging}, {"zone", score.zone}};
     TraceScore::forEachCount(
         [&](const char* key, auto member) { object[key] = countsJson(score.*member); });
     return object;
@@ -106,6 +106,7 @@ TraceScore readScore(const SortedJson& json) {
     TraceScore score;
     json.at("name").get_to(score.name);
     json.at("charging").get_to(score.charging);
+    json.at("zone").get_to(score.zone);
     TraceScore::forEachCount(
         [&](const char* key, auto member) { read(json.at(key), score.*member); });
     return score;

@@ -34,11 +34,25 @@ class ScoreReader {
             throw InputError("the trace " + inQuotes(score.name) + " is there already, from " +
                              known->second + ": give each trace once");
         }
+        if (mSum.traces().empty()) {
+            mFirst = place;
+        } else {
+            requireSame("--charging", score.charging, mSum.total().charging);
+            requireSame("TZ", score.zone, mSum.total().zone);
+        }
         mSum.add(score);
+    }
+
+    // What came out under other conditions cannot be added up.
+    void requireSame(const char* what, const std::string& value, const std::string& first) const {
+        if (value == first) return;
+        throw InputError("was made with another " + std::string(what) + " (" + printable(value) +
+                         ") than " + mFirst + " (" + printable(first) + ")");
     }
 
     ScoreSum mSum;
     std::map<std::string, std::string> mPlaces;  // by name of the trace
+    std::string mFirst;                          // the place of the first
 };
 
 }  // namespace

@@ -29,8 +29,7 @@ std::map<std::string, RateSums> sumsByDay(const TraceScore& score) {
 void ScoreSum::add(const TraceScore& score) {
     if (mTraces.empty()) {
         mTotal.charging = score.charging;
-    } else if (mTotal.charging != score.charging) {
-        mTotal.charging = "not the same for all";
+        mTotal.zone = score.zone;
     }
     mTotal.add(score);
     std::vector<RateSums>& units = mTraces[score.name];

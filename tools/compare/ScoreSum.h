@@ -24,10 +24,10 @@ class ScoreSum {
     // From so many traces on, those differ more than days do.
     static constexpr size_t MANY_TRACES = 20;
 
-    // REQUIRES: no score of that name is in it.
+    // REQUIRES: no score of that name is in it, and all have the same plan and zone.
     void add(const TraceScore& score);
 
-    // The sum of all of them. The plan is theirs if it is the same for all.
+    // The sum of all of them.
     const TraceScore& total() const { return mTotal; }
 
     // By name, each by day; or, of many traces, each as a whole.

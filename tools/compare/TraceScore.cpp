@@ -5,6 +5,7 @@
 
 #include "tools/common/InputError.h"
 #include "tools/common/Text.h"
+#include "tools/common/TimeZone.h"
 
 namespace {
 
@@ -106,6 +107,7 @@ std::optional<TraceScore> scoreTrace(const NamedTrace& named, const ChargingPlan
     TraceScore score;
     score.name = named.name;
     score.charging = plan.text();
+    score.zone = zoneName();
     const std::vector<Place> places = countOpenings(trace, score);
     if (places.empty()) {
         throw InputError(printable(named.name) +

@@ -15,6 +15,7 @@
 struct TraceScore {
     std::string name;
     std::string charging;  // the plan
+    std::string zone;      // of local times
     // Those that count (see Counts.h), by day, "2026-03-01" in local time; of the others, which are
     // left out everywhere, the repeats.
     std::map<std::string, uint64_t> openings;
@@ -28,7 +29,7 @@ struct TraceScore {
     std::map<uint32_t, AnswerCounts> lengths;
     OwnCounts own{};
 
-    // Adds the other's counts; name and plan stay.
+    // Adds the other's counts; name, plan and zone stay.
     void add(const TraceScore& other);
 
     // Calls visit("openings", &TraceScore::openings), with the key in JSON, and so on for all

@@ -20,7 +20,7 @@ Json goodScore() {
     const Json method = Json::parse(R"({"answered":9,"top1":3,"top4":5,"top8":6,)"
                                     R"("ranks":{"2026-03-01":{"1":3,"4":2},)"
                                     R"("2026-03-02":{"5":1,"12":2}}})");
-    Json score = Json::parse(R"({"name":"a.csv#2","charging":"23:00-07:00",)"
+    Json score = Json::parse(R"({"name":"a.csv#2","charging":"23:00-07:00","zone":"UTC",)"
                              R"("openings":{"2026-03-01":7,"2026-03-02":4}})");
     score["repeats"] = 2;
     for (const Method each : METHODS) score["methods"][methodKey(each)] = method;
@@ -53,6 +53,7 @@ TEST(TraceScore, WhatCannotBeIsRefused) {
         {"", "[]", "is no score"},
         {"", "{\"traces\":1}", "'name' not found"},
         {"/name", "5", "must be string"},
+        {"/zone", "", "'zone' not found"},
         {"/comment", "5", "/comment is wrong"},
         {"/openings", "7", "/openings is wrong"},
         {"/openings", "{}", "no openings"},
@@ -127,6 +128,7 @@ TEST(TraceScore, CountsByLocalTime) {
     EXPECT_EQ(score.hours.at(FRIDAY + 24).openings, 1U);
     EXPECT_EQ(score.apps.at("b").openings, 2U);
     EXPECT_EQ(score.charging, "always");
+    EXPECT_EQ(score.zone, "CET-1CEST,M3.5.0,M10.5.0/3");
 }
 
 Trace traceOf(const std::string& letters) {

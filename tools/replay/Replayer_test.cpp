@@ -231,15 +231,18 @@ TEST(ResultTable, ShowsCountsAndRates) {
     result.predictions = 2381;
     result.trainings = 3;
     result.duration = std::chrono::duration<double>(1.23456);
+    setenv("TZ", "CET-1", 1);
     const std::string table = resultTable(result);
-    for (const char* part : {"2,393", "974", "40.7 %", "1,649", "68.9 %", "2,405", "1.23 s"}) {
+    for (const char* part :
+         {"2,393", "974", "40.7 %", "1,649", "68.9 %", "2,405", "CET-1", "1.23 s"}) {
         EXPECT_THAT(table, HasSubstr(part));
     }
     EXPECT_EQ(resultJson(result),
               "{\"openings\":2405,\"predictions\":2381,"
               "\"bayes\":{\"opened\":2393,\"top1\":974,\"top4\":1649},"
               "\"network\":{\"opened\":0,\"top1\":0,\"top4\":0,\"trainings\":3},"
-              "\"apps\":68,\"seconds\":1.235}\n");
+              "\"apps\":68,\"zone\":\"CET-1\",\"seconds\":1.235}\n");
+    unsetenv("TZ");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "tools/common/Colour.h"
 #include "tools/common/JsonLine.h"
 #include "tools/common/Text.h"
+#include "tools/common/TimeZone.h"
 
 namespace {
 
@@ -43,6 +44,7 @@ std::string resultTable(const ReplayResult& result) {
                     "   of " + count(result.apps) + " apps in the table, " +
                         grouped(result.predictions) + " answered with a prediction") +
            totalRow("trainings", count(result.trainings)) +
+           totalRow("zone", printable(zoneName())) +
            totalRow("time taken", formatted("%.2f s", result.duration.count()));
 }
 
@@ -55,6 +57,7 @@ std::string resultJson(const ReplayResult& result) {
     object["bayes"] = scoreJson(result.bayes);
     object["network"] = network;
     object["apps"] = result.apps;
+    object["zone"] = zoneName();
     object["seconds"] = std::round(result.duration.count() * 1000) / 1000;
     return jsonLine(object);
 }

@@ -247,6 +247,7 @@ std::string pageData(const ScoreSum& scores, uint64_t seed) {
         page["traces"].push_back(fileName(users[i].name));
     }
     page["charging"] = total.charging;
+    page["zone"] = total.zone;
     page["repeats"] = total.repeats;
     page["from"] = total.openings.begin()->first;
     page["to"] = total.openings.rbegin()->first;

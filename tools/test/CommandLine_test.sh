@@ -78,6 +78,12 @@ grep -q "$(printf '\033')" err || fail "no colours with CLICOLOR_FORCE"
 ! NO_COLOR=1 CLICOLOR_FORCE=1 $PROGRAM wrong 2>err || fail "a wrong verb is taken"
 ! grep -q "$(printf '\033')" err || fail "colours with NO_COLOR"
 
+# A zone that the C library would take for UTC without a word; help needs none.
+status=0
+TZ=Nowhere $PROGRAM synth --days 1 2>err >out || status=$?
+expect "2 ksbrain: error: TZ: \"Nowhere\" is no zone known here" "$status $(cut -d , -f 1 err)" "an unknown zone"
+TZ=Nowhere $PROGRAM replay --help >out || fail "no help in an unknown zone"
+
 # "-" is standard output wherever one file is written.
 printf 'com.a\ncom.b\n' >trace.txt
 for command in "synth --days 2" "convert trace.txt" "report trace.txt"; do

@@ -12,7 +12,7 @@ function measured() {
     `Left out: ${count(data.repeats)} repeats of the application in front, and the first opening of each trace. ` +
     "Each opening was predicted from what came before it only, by an engine that started knowing nothing; " +
     "a hit is an opening whose application stood on the list made before it, from which the application in front is struck. " +
-    `Charging: ${data.charging}.`
+    `Charging: ${data.charging}. Local times are those of ${data.zone}.`
   );
 }
 

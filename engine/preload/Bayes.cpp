@@ -244,8 +244,7 @@ std::string Bayes::serializeLocked() {
     text.reserve(USUAL_LINE * (mDistributionXandY.size() + mDistributionY.size()));
     const auto append = [&text](const char* key, int number) {
         text += key;
-        appendNumber(text, number);
-        text += '\n';
+        text += std::to_string(number) + '\n';
     };
     append("mTotalSampleCount ", mTotalSampleCount);
     append("mDimensionX ", mDimensionX);
@@ -254,7 +253,7 @@ std::string Bayes::serializeLocked() {
     append("mVariableSpaceY ", mVariableSpaceY);
     append("mDistributionY ", static_cast<int>(mDistributionY.size()));
     for (const auto& [y, count] : mDistributionY) {
-        appendNumber(text, y);
+        text += std::to_string(y);
         append(" ", count);
     }
     append("mDistributionXandY ", static_cast<int>(mDistributionXandY.size()));

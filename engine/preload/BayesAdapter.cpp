@@ -10,19 +10,13 @@
 #include "base/Environment.h"
 #include "base/Logger.h"
 #include "preload/FileNames.h"
-#include "preload/JointCounts.h"
+#include "preload/PackageName.h"
 #include "preload/Ranking.h"
 #include "preload/TextTable.h"
 
 namespace {
 
 constexpr char TAG[] = "AppPreloadModel";
-
-// Independent of the locale, unlike isalnum().
-bool isPackageCharacter(char c) {
-    return c == '.' || c == '_' || (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') ||
-           (c >= 'a' && c <= 'z');
-}
 
 // Whether the model file is gone or too large; not when it cannot be looked at.
 bool outgrown(const std::string& modelPath) {
@@ -87,23 +81,13 @@ int BayesAdapter::loadAppMap() {
 
 int BayesAdapter::storeAppMapLocked() {
     std::string text = "appmap ";
-    const auto append = [&text](int number) {
-        appendNumber(text, number);
-        text += '\n';
-    };
-    append(mAppCount);
+    text += std::to_string(mAppCount) + '\n';
     for (const auto& [package, index] : mAppMap) {
-        text += package;
-        text += ' ';
-        append(index);
+        text += package + ' ' + std::to_string(index) + '\n';
     }
     if (!PersistentFile::isStored(mAppMapFile.store(text))) return -1;
     ENGINE_LOG(LEVEL_DEBUG, TAG, "store app map ok");
     return 0;
-}
-
-bool BayesAdapter::isPackageName(const std::string& name) {
-    return !name.empty() && std::all_of(name.begin(), name.end(), isPackageCharacter);
 }
 
 int BayesAdapter::transferPackageToIndex(const std::string& package) {

@@ -30,9 +30,6 @@ class BayesAdapter {
     // A model file beyond this size is given up: the model starts afresh with the next batch.
     static constexpr int MAX_MODEL_BYTES = 512 * 1024;
 
-    // Whether a name may stand for a package: letters, digits, '.' and '_'.
-    static bool isPackageName(const std::string& name);
-
     // Loads the model and the table, or begins with empty ones. One that could not be read is not
     // begun anew: the adapter refuses all work until the next start.
     BayesAdapter();

@@ -187,8 +187,3 @@ void JointCounts::clear() {
     mForeign.clear();
     mSize = 0;
 }
-
-void appendNumber(std::string& text, int number) {
-    char digits[MAX_DIGITS];
-    text.append(digits, static_cast<size_t>(writeNumber(digits, number) - digits));
-}

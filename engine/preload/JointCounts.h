@@ -56,6 +56,3 @@ class JointCounts {
     std::map<std::string, int> mForeign;
     size_t mSize = 0;
 };
-
-// As std::to_string(), at the end of a text.
-void appendNumber(std::string& text, int number);

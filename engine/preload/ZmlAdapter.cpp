@@ -11,7 +11,6 @@
 #include "base/ExceptionBarrier.h"
 #include "base/Logger.h"
 #include "preload/FileNames.h"
-#include "preload/JointCounts.h"
 #include "preload/LivingAdapters.h"
 #include "preload/Ranking.h"
 #include "preload/TextTable.h"
@@ -56,10 +55,8 @@ void readUsage(std::istream& stream, std::vector<AppUsage>& table) {
 std::string textOf(const std::vector<AppUsage>& table) {
     std::string text = std::to_string(table.size()) + '\n';
     for (const AppUsage& usage : table) {
-        appendNumber(text, usage.index);
-        text += ' ';
-        appendNumber(text, usage.count);
-        text += ' ' + usage.package + '\n';
+        text += std::to_string(usage.index) + ' ' + std::to_string(usage.count) + ' ' +
+                usage.package + '\n';
     }
     return text;
 }

@@ -73,13 +73,13 @@ bool writeAll(int fd, const Bytes& bytes) {
 
 bool writeSynced(const std::string& path, const Bytes& bytes) {
     const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    return file.isOpen() && writeAll(file.get(), bytes) && fsync(file.get()) == 0;
+    return file.isOpen() && writeAll(file.get(), bytes) && environment::sync(file.get());
 }
 
 // Makes a rename in the directory durable.
 bool syncDirectory(const std::string& path) {
     const Descriptor directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return directory.isOpen() && fsync(directory.get()) == 0;
+    return directory.isOpen() && environment::sync(directory.get());
 }
 
 Bytes encode(const StoredNetwork& network) {

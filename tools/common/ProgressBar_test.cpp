@@ -5,6 +5,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <regex>
 
@@ -29,10 +30,18 @@ class Terminal {
         close(mScreen);
     }
 
+    // What was written so far. The kernel hands it over in pieces, and not at once.
     std::string shown() const {
-        char text[1024];
-        const ssize_t count = read(mScreen, text, sizeof(text));
-        return std::string(text, count > 0 ? static_cast<size_t>(count) : 0);
+        const std::string end = "(end)";
+        fputs(end.c_str(), stderr);
+        std::string text;
+        char piece[1024];
+        while (text.size() < end.size() || text.substr(text.size() - end.size()) != end) {
+            const ssize_t count = read(mScreen, piece, sizeof(piece));
+            if (count <= 0) return text;
+            text.append(piece, static_cast<size_t>(count));
+        }
+        return text.substr(0, text.size() - end.size());
     }
 
   private:

@@ -8,7 +8,8 @@
 #include <stdexcept>
 
 #include "platform/workstation/SettableEnvironment.h"
-#include "preload/BayesAdapter.h"
+#include "preload/BayesSample.h"
+#include "preload/PackageName.h"
 #include "preload/Ranking.h"
 #include "preload/ZmlAdapter.h"
 #include "tools/common/InputError.h"
@@ -70,7 +71,7 @@ void takeScores(const std::vector<int>& x,
 // The index of a name in the table, where a new one is entered as the engine does; -1 for a name
 // that the engine does not take in. Both are worth a note.
 int indexOf(const std::string& name, std::vector<std::string>& names, Explanation& result) {
-    if (!BayesAdapter::isPackageName(name)) {
+    if (!isPackageName(name)) {
         result.notes.push_back((name.empty() ? "An empty name" : inQuotes(name)) +
                                " is no package name (letters, digits, '.' and '_'): the engine "
                                "predicts nothing while it is one of the two.");

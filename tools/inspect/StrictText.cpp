@@ -4,7 +4,7 @@
 #include <charconv>
 #include <set>
 
-#include "preload/BayesAdapter.h"
+#include "preload/PackageName.h"
 #include "tools/common/Text.h"
 
 std::optional<int> parseNumber(std::string_view text) {
@@ -113,7 +113,7 @@ std::string readAppTable(const std::string& text, std::vector<std::string>& name
     const auto take = [&](const StrictLines::Fields& fields, int length) -> std::string {
         const auto index = fields.size() == 2 ? parseNumber(fields[1]) : std::nullopt;
         const std::string name(fields[0]);
-        if (!index || !BayesAdapter::isPackageName(name)) return "is no name and index";
+        if (!index || !isPackageName(name)) return "is no name and index";
         if (*index < 0 || *index >= length || !known.insert(name).second ||
             !byIndex.emplace(*index, name).second) {
             return "repeats a name or index, or the index is too large";

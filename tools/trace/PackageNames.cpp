@@ -2,21 +2,9 @@
 
 #include <algorithm>
 
+#include "preload/PackageName.h"
 #include "tools/common/InputError.h"
 #include "tools/common/Text.h"
-
-namespace {
-
-bool isPackageCharacter(char c) {
-    return c == '.' || c == '_' || (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') ||
-           (c >= 'a' && c <= 'z');
-}
-
-}  // namespace
-
-bool isPackageName(std::string_view name) {
-    return !name.empty() && std::all_of(name.begin(), name.end(), isPackageCharacter);
-}
 
 std::string packageLikeName(std::string_view name) {
     std::string result;

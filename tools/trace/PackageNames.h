@@ -6,10 +6,7 @@
 
 #include "tools/trace/TraceFile.h"
 
-// Names as the engine's Bayes model takes them: letters A-Z and a-z, digits, dots and underscores,
-// and no others.
-
-bool isPackageName(std::string_view name);
+// Names as the engine's Bayes model takes them (preload/PackageName.h).
 
 // The name with an underscore for each character that the model does not take.
 std::string packageLikeName(std::string_view name);

@@ -41,6 +41,7 @@ std::string noteOfOtherNames(const Trace& trace) {
     }
     return amount(others, "name") + (others == 1 ? " has" : " have") +
            " characters that the Bayes model does not take: it never predicts their " +
-           amount(ofThem, "opening") + ", and has no answer before " + amount(behind, "opening") +
-           " that follow within two of them (--underscores puts _ for each)";
+           amount(ofThem, "opening") + ", and has no answer before the next two behind each, " +
+           amount(behind, "opening") +
+           " in all, nor before it is ready (--underscores puts _ for each character)";
 }

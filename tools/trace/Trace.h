@@ -26,8 +26,14 @@ class Trace {
     TraceTime time(size_t row) const { return mOpenings[row].time; }
     const std::string& name(size_t row) const { return mNames[mOpenings[row].name]; }
 
-    // All distinct names, in order of appearance.
+    // All distinct names, in order of appearance, and which of them this row has.
     const std::vector<std::string>& names() const { return mNames; }
+    size_t number(size_t row) const { return mOpenings[row].name; }
+
+    // Whether the openings have no times of their own: the file held none, or they are so evenly
+    // spaced as those are that were given some.
+    bool hasInventedTimes() const;
+    void setInventedTimes() { mInventedTimes = true; }
 
   private:
     struct Opening {
@@ -38,4 +44,5 @@ class Trace {
     std::vector<Opening> mOpenings;
     std::vector<std::string> mNames;
     std::unordered_map<std::string, size_t> mPlaces;  // of the names in mNames
+    bool mInventedTimes = false;
 };

@@ -1,6 +1,7 @@
 #include "tools/trace/TraceFile.h"
 
 #include <algorithm>
+#include <map>
 
 #include "tools/common/InputError.h"
 #include "tools/common/Text.h"
@@ -61,6 +62,7 @@ Trace readNames(TraceLines& lines, const TraceOptions& options, TraceFile& file)
         time += UNTIMED_STEP;
     });
     drops.note(file.notes);
+    trace.setInventedTimes();
     return trace;
 }
 
@@ -114,6 +116,15 @@ TraceFile TraceFile::read(const std::string& path, const TraceOptions& options) 
     } catch (const InputError& error) {  // of the file as a whole
         throw InputError(shown(path) + ": " + error.what());
     }
+}
+
+bool Trace::hasInventedTimes() const {
+    constexpr size_t FEWEST = 20;  // that tell
+    if (mInventedTimes || size() < FEWEST) return mInventedTimes;
+    std::map<TraceTime, size_t> steps;
+    for (size_t row = 1; row < size(); ++row) ++steps[time(row) - time(row - 1)];
+    return std::any_of(steps.begin(), steps.end(),
+                       [&](const auto& step) { return 10 * step.second > 9 * (size() - 1); });
 }
 
 Trace Trace::read(const std::string& path) {

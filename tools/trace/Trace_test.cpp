@@ -101,4 +101,20 @@ TEST_F(TraceFile, SaysWhatIsWrongAndWhere) {
     EXPECT_THROW(Trace::read(mDirectory.file("d.txt")), InputError);
 }
 
+// Of such openings neither the hour nor the day says anything about anybody.
+TEST_F(TraceFile, KnowsInventedTimes) {
+    const auto csv = [](size_t rows, size_t every) {  // each so many rows the step is longer
+        std::string content = "time,package\n";
+        size_t time = 0;
+        for (size_t row = 0; row < rows; ++row) {
+            content += std::to_string(time += row % every == 0 ? 120 : 60) + ",a\n";
+        }
+        return content;
+    };
+    EXPECT_TRUE(read("t.txt", "a\nb\n").hasInventedTimes());
+    EXPECT_TRUE(read("t.csv", csv(40, 20)).hasInventedTimes()) << "some names were dropped";
+    EXPECT_FALSE(read("t.csv", csv(40, 5)).hasInventedTimes());
+    EXPECT_FALSE(read("t.csv", csv(19, 20)).hasInventedTimes()) << "too few to tell";
+}
+
 }  // namespace

@@ -31,18 +31,21 @@ std::string intervalText(size_t measure, const Estimate& estimate) {
 }
 
 std::string headLines(const Comparison& comparison) {
-    return amount(comparison.counts.openings, "opening") + " of " +
-           amount(comparison.traces, "trace") + "; 95 % intervals by drawing from " +
-           amount(comparison.units, comparison.byTrace ? "trace" : "day") + "\n" +
-           "left out: " + amount(comparison.repeats, "repeat") +
-           " of the application in front, and " +
-           (comparison.traces == 1 ? "the first opening" : "each trace's first opening") + "\n" +
-           "charging: " + printable(comparison.charging) + "; local times are those of " +
-           printable(comparison.zone) + "\n\n" +
-           "method              answered          top-1             top-4             top-8"
-           "              MRR\n";
+    const std::string lines[] = {
+        amount(comparison.counts.openings, "opening") + " of " +
+            amount(comparison.traces, "trace") + "; 95 % intervals by drawing from " +
+            amount(comparison.units, comparison.byTrace ? "trace" : "day"),
+        "left out: " + amount(comparison.repeats, "repeat") + " of the application in front, and " +
+            (comparison.traces == 1 ? "the first opening" : "each trace's first opening"),
+        "charging: " + printable(comparison.charging) + "; local times are those of " +
+            printable(comparison.zone)};
+    std::string text;
+    for (const std::string& line : lines) text += wrapped(line, 2) + "\n";
+    return text +
+           "\nmethod              answered        top-1        top-4        top-8          MRR\n";
 }
 
+// The hits themselves are in the JSON only: a terminal of 80 columns takes no more.
 std::string methodRows(const Comparison& comparison, Method method) {
     const auto place = static_cast<size_t>(method);
     const Estimates& estimates = comparison.methods[place];
@@ -50,11 +53,8 @@ std::string methodRows(const Comparison& comparison, Method method) {
     std::string row = padded(methodName(method), 18) + rightAligned(grouped(answered), 10);
     std::string below = rightAligned(percentage(answered, comparison.counts.openings), 28);
     for (size_t i = 0; i < MEASURES; ++i) {
-        const std::string value = valueText(i, estimates[i].value);
-        row += i == MRR ? rightAligned(value, 17)
-                        : rightAligned(grouped(comparison.counts.hits[place][i]), 10) +
-                              rightAligned(value, 8);
-        below += rightAligned(intervalText(i, estimates[i]), i == MRR ? 17 : 18);
+        row += rightAligned(valueText(i, estimates[i].value), 13);
+        below += rightAligned(intervalText(i, estimates[i]), 13);
     }
     return row + "\n" + below + "\n";
 }
@@ -84,15 +84,15 @@ std::string rivalLine(const Comparison& comparison, size_t measure) {
                 leadText(measure, high) + (measure == MRR ? "" : " points");
         if (low <= 0 && high >= 0) line += ", which may be chance";
     }
-    return line + "\n";
+    return wrapped(line, 2) + "\n";
 }
 
 // The engine's counters go by another yardstick than the rows of the table.
 std::string ownLines(const OwnCounts& own) {
     std::string text =
-        "the engine's own counters, as replay prints them: of all openings that it scored, repeats "
-        "too,\nthose among its first one and four, where the application in front keeps its "
-        "place\n";
+        "the engine's own counters, as replay prints them: of all openings that it\n"
+        "scored, repeats too, those among its first one and four, where the application\n"
+        "in front keeps its place\n";
     for (const auto& [name, predictor] :
          {std::pair("Bayes", BY_BAYES), std::pair("sequence network", BY_NETWORK)}) {
         const auto [scored, first, firstFour] = own[predictor];
@@ -120,9 +120,9 @@ Json estimateJson(const Estimate& estimate) {
 }  // namespace
 
 std::string comparisonTable(const Comparison& comparison) {
-    std::string text = headLines(comparison) + std::string(99, '-') + "\n";
+    std::string text = headLines(comparison) + std::string(80, '-') + "\n";
     for (const Method method : METHODS) text += methodRows(comparison, method);
-    text += std::string(99, '-') + "\n";
+    text += std::string(80, '-') + "\n";
     for (size_t i = 0; i < MEASURES; ++i) text += rivalLine(comparison, i);
     return text + "\n" + ownLines(comparison.own);
 }

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "tools/common/JsonLine.h"
 #include "tools/compare/ComparisonTable.h"
@@ -91,7 +92,9 @@ TEST(Comparison, LeadsArePaired) {
     EXPECT_NEAR(result.rivals[TOP_1].lead.interval->low, -0.1, 1e-12);
     EXPECT_NEAR(result.rivals[TOP_1].lead.interval->high, -0.1, 1e-12);
     const std::string table = comparisonTable(compareScores({score}, 1));
-    EXPECT_THAT(table, HasSubstr("top-1: order 1 (54.0 %) does better than the engine (44.0 %)"));
+    EXPECT_THAT(table, HasSubstr("\ntop-1: order 1 (54.0 %) does better than the engine (44.0 %)"));
+    std::istringstream lines(table);
+    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
     EXPECT_THAT(table, Not(HasSubstr("may be chance")));
 }
 

@@ -65,6 +65,9 @@ for phone in "" yes; do
     mkdir "readme$phone"
     run README.md "readme$phone"
     [ -s "readme$phone/report.html" ] || fail "no report"
+    sed -n '/ openings of 1 trace;/,/^sequence network/p' printed >table
+    [ -s table ] || fail "compare prints no table"
+    ! grep -n '.\{81,\}' table || fail "the table is wider than 80 columns"
     [ -z "$private" ] || grep -q '^{"predict":\["com' printed || fail "the engine that is served predicts nothing"
 done
 

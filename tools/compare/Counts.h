@@ -16,6 +16,7 @@
 
 // A hit is an opening whose application stood among so many first names of the list made before it.
 constexpr std::array<uint32_t, 3> DEPTHS = {1, 4, 8};
+constexpr size_t FIRST_FOUR = 1;  // of these
 
 // In JSON, "top4".
 inline std::string depthKey(uint32_t depth) {
@@ -35,11 +36,21 @@ struct HitCounts {
     }
 };
 
+// Of each simple rule at each depth, the openings that were a hit of either the engine or the rule,
+// but not of both: what the spread of the difference between them comes from.
+using SplitCounts = std::array<std::array<uint64_t, DEPTHS.size()>, RULES>;
+
+struct PairedCounts {
+    HitCounts counts;
+    SplitCounts split{};
+};
+
 // How many openings stood at each rank of a list, from 1.
 using RankCounts = std::map<uint32_t, uint64_t>;
 
 struct MethodScore {
     uint64_t answered = 0;                    // openings before which it had an answer
+    PlaceCounts unused{};                     // see UnusedPreloads.h
     std::map<std::string, RankCounts> ranks;  // by day, without the openings not on its list
 };
 
@@ -68,6 +79,11 @@ inline void addCounts(HitCounts& sum, const HitCounts& counts) {
     addCounts(sum.hits, counts.hits);
 }
 
+inline void addCounts(PairedCounts& sum, const PairedCounts& counts) {
+    addCounts(sum.counts, counts.counts);
+    addCounts(sum.split, counts.split);
+}
+
 template <typename Key, typename Counts>
 void addCounts(std::map<Key, Counts>& sum, const std::map<Key, Counts>& counts) {
     for (const auto& [key, value] : counts) addCounts(sum[key], value);
@@ -75,5 +91,6 @@ void addCounts(std::map<Key, Counts>& sum, const std::map<Key, Counts>& counts) 
 
 inline void addCounts(MethodScore& sum, const MethodScore& counts) {
     sum.answered += counts.answered;
+    addCounts(sum.unused, counts.unused);
     addCounts(sum.ranks, counts.ranks);
 }

@@ -34,7 +34,9 @@ static_assert(std::size(NAMES) == METHODS.size());
 // Holds each answer of a walk, without the name in front, against the opening after it.
 class AnswerScorer {
   public:
-    explicit AnswerScorer(const Trace& trace) : mTrace(trace) {}
+    explicit AnswerScorer(const Trace& trace) : mTrace(trace) {
+        for (const std::string& name : trace.names()) mNumbers.emplace(name, mNumbers.size());
+    }
 
     // Where the walk is.
     size_t row() const { return mRun.guesses.size(); }
@@ -45,13 +47,21 @@ class AnswerScorer {
         const std::string& front = mTrace.name(row());
         mGuess.rank = rankOf(front);
         mRun.guesses.push_back(mGuess);
+        mRun.firsts.push_back(mFirsts.empty() ? NO_NAME : mFirsts.front());
         mAnswer.clear();
         std::remove_copy(answer.begin(), answer.end(), std::back_inserter(mAnswer), front);
         mGuess = {static_cast<uint32_t>(mAnswer.size()), 0, network && !mAnswer.empty()};
+        mFirsts.clear();
+        for (const std::string& name : mAnswer) {
+            if (mFirsts.size() == MOST_PRELOADED) break;
+            mFirsts.push_back(mNumbers.at(name));
+        }
+        mUnused.next(mTrace.number(row() - 1), mFirsts);
     }
 
     MethodRun finish(int trainings) {
         passTrainings(trainings);
+        mRun.unused = mUnused.counts();
         return std::move(mRun);
     }
 
@@ -67,8 +77,11 @@ class AnswerScorer {
     }
 
     const Trace& mTrace;
+    std::unordered_map<std::string, size_t> mNumbers;
     MethodRun mRun;
+    UnusedPreloads mUnused;
     std::vector<std::string> mAnswer;
+    std::vector<size_t> mFirsts;  // of the answer, as numbers
     Guess mGuess{0, 0, false};
 };
 
@@ -109,15 +122,16 @@ std::optional<MethodRun> runAlone(bool network, const Trace& trace, const Chargi
 
 std::optional<MethodRun> runRule(Method method, const Trace& trace, const GoOn& goOn) {
     SimpleRule rule(method);
-    std::unordered_map<std::string, uint32_t> numbers;  // in order of appearance
+    UnusedPreloads unused;
     MethodRun run;
     for (size_t row = 0; row < trace.size(); ++row) {
         if (!goOn(row)) return std::nullopt;
-        const auto next = static_cast<uint32_t>(numbers.size());
-        const uint32_t app = numbers.try_emplace(trace.name(row), next).first->second;
+        const size_t app = trace.number(row);
         run.guesses.push_back(rule.guess(app));
         rule.learn(app);
+        unused.next(app, rule.list(MOST_PRELOADED));
     }
+    run.unused = unused.counts();
     return run;
 }
 

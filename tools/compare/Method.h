@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "tools/compare/UnusedPreloads.h"
 #include "tools/replay/Replayer.h"
 #include "tools/trace/Trace.h"
 
@@ -28,10 +29,13 @@ constexpr std::array<Method, 7> METHODS = {Method::ENGINE,    Method::BAYES,    
 const char* methodKey(Method method);
 const char* methodName(Method method);
 
-// Whether it is one of the simple rules.
+// Whether it is one of the simple rules, which come last.
 constexpr bool isRule(Method method) {
     return method >= Method::MOST_USED;
 }
+
+constexpr size_t FIRST_RULE = static_cast<size_t>(Method::MOST_USED);
+constexpr size_t RULES = METHODS.size() - FIRST_RULE;
 
 // What a method said before an opening. The name in front has been struck from its list.
 struct Guess {
@@ -40,8 +44,13 @@ struct Guess {
     bool network;     // whether the sequence network made the list
 };
 
+constexpr size_t NO_NAME = SIZE_MAX;
+
 struct MethodRun {
     std::vector<Guess> guesses;     // for each row
+    PlaceCounts unused{};           // preloads, had a daemon gone by its lists
+    std::vector<size_t> firsts;     // for each row the number of the first name on the list before
+                                    // it, NO_NAME without one; of the simple rules none
     std::vector<size_t> trainings;  // of the network that ended: the row of the opening before
     // The engine's own counters at the end; none for the other methods.
     PredictorScore bayes;

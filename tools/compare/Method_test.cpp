@@ -37,11 +37,34 @@ Trace someWeeks() {
     return trace;
 }
 
+using Lists = std::vector<std::vector<std::string>>;  // after each row
+
+// Follows each name from where it comes among the first `places` to where it is opened or drops
+// out.
+uint64_t unusedOf(const Trace& trace, const Lists& lists, size_t places) {
+    const auto isFirst = [&](size_t row, const std::string& name) {
+        const auto end =
+            lists[row].begin() + static_cast<std::ptrdiff_t>(std::min(places, lists[row].size()));
+        return std::find(lists[row].begin(), end, name) != end;
+    };
+    uint64_t unused = 0;
+    for (const std::string& name : trace.names()) {
+        for (size_t row = 0; row < trace.size(); ++row) {
+            if (!isFirst(row, name)) continue;
+            if (row > 0 && (isFirst(row - 1, name) || trace.name(row - 1) == name)) continue;
+            size_t next = row + 1;
+            while (next < trace.size() && trace.name(next) != name && isFirst(next, name)) ++next;
+            unused += next < trace.size() && trace.name(next) != name ? 1 : 0;
+        }
+    }
+    return unused;
+}
+
 TEST(Method, TheEngineAnswersAsInAReplay) {
     const Trace trace = someWeeks();
     const TempDir directory;
     Replayer replayer(ChargingPlan::always(), directory.path());
-    std::vector<std::vector<std::string>> answers;
+    Lists answers;
     replayer.run(trace, [&](size_t, const std::vector<std::string>& answer) {
         answers.push_back(answer);
         return true;
@@ -51,11 +74,17 @@ TEST(Method, TheEngineAnswersAsInAReplay) {
     const MethodRun bayes = run(Method::BAYES, trace);
     EXPECT_EQ(engine.guesses[0].length, 0U);
     int hits = 0;
-    for (size_t row = 1; row < trace.size(); ++row) {
-        std::vector<std::string> list;
-        for (const std::string& name : answers[row - 1]) {
-            if (name != trace.name(row - 1)) list.push_back(name);
+    Lists lists;
+    for (size_t row = 0; row < trace.size(); ++row) {
+        std::vector<std::string>& list = lists.emplace_back();
+        for (const std::string& name : answers[row]) {
+            if (name != trace.name(row)) list.push_back(name);
         }
+    }
+    for (size_t row = 1; row < trace.size(); ++row) {
+        const std::vector<std::string>& list = lists[row - 1];
+        ASSERT_EQ(engine.firsts[row] == NO_NAME, list.empty()) << row;
+        if (!list.empty()) ASSERT_EQ(trace.names()[engine.firsts[row]], list[0]) << row;
         const auto place = std::find(list.begin(), list.end(), trace.name(row));
         const auto rank = place == list.end() ? 0 : place - list.begin() + 1;
         ASSERT_EQ(engine.guesses[row].length, list.size()) << row;
@@ -64,6 +93,11 @@ TEST(Method, TheEngineAnswersAsInAReplay) {
         hits += rank == 1 ? 1 : 0;
     }
     EXPECT_GT(hits, 50);
+    for (size_t places = 1; places <= MOST_PRELOADED; ++places) {
+        EXPECT_EQ(engine.unused[places - 1], unusedOf(trace, lists, places)) << places;
+    }
+    EXPECT_GT(engine.unused[3], 50U);
+    EXPECT_EQ(bayes.unused, engine.unused);
     for (const Guess& guess : run(Method::NETWORK, trace).guesses) ASSERT_EQ(guess.length, 0U);
 }
 

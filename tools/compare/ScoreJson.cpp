@@ -1,5 +1,6 @@
 #include "tools/compare/ScoreJson.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <nlohmann/json.hpp>
@@ -7,6 +8,7 @@
 #include "tools/common/InputError.h"
 #include "tools/common/JsonLine.h"
 #include "tools/common/Text.h"
+#include "tools/compare/ScoreSum.h"
 
 namespace {
 
@@ -32,6 +34,10 @@ Json countsJson(const HitCounts& counts) {
     return {counts.openings, counts.hits};
 }
 
+Json countsJson(const PairedCounts& counts) {
+    return {counts.counts.openings, counts.counts.hits, counts.split};
+}
+
 template <typename Key, typename Counts>
 Json countsJson(const std::map<Key, Counts>& counts) {
     Json object = Json::object();
@@ -51,13 +57,17 @@ Json countsJson(const MethodScores& methods) {
             }
             method[depthKey(depth)] = hits;
         }
+        method["unused"] = methods[i].unused;
         method["ranks"] = countsJson(methods[i].ranks);
     }
     return object;
 }
 
 Json scoreJson(const TraceScore& score) {
-    Json object = {{"name", score.name}, {"charging", score.charging}, {"zone", score.zone}};
+    Json object = {{"name", score.name},
+                   {"charging", score.charging},
+                   {"zone", score.zone},
+                   {"invented", score.invented}};
     TraceScore::forEachCount(
         [&](const char* key, auto member) { object[key] = countsJson(score.*member); });
     return object;
@@ -85,6 +95,11 @@ void read(const SortedJson& json, HitCounts& to) {
     json.at(1).get_to(to.hits);
 }
 
+void read(const SortedJson& json, PairedCounts& to) {
+    read(json, to.counts);
+    json.at(2).get_to(to.split);
+}
+
 template <typename Key, typename Counts>
 void read(const SortedJson& json, std::map<Key, Counts>& to) {
     for (const auto& [text, value] : json.items()) {
@@ -98,6 +113,7 @@ void read(const SortedJson& json, MethodScores& to) {
     for (size_t i = 0; i < METHODS.size(); ++i) {
         const SortedJson& method = json.at(methodKey(METHODS[i]));
         method.at("answered").get_to(to[i].answered);
+        method.at("unused").get_to(to[i].unused);
         read(method.at("ranks"), to[i].ranks);
     }
 }
@@ -107,6 +123,7 @@ TraceScore readScore(const SortedJson& json) {
     json.at("name").get_to(score.name);
     json.at("charging").get_to(score.charging);
     json.at("zone").get_to(score.zone);
+    json.at("invented").get_to(score.invented);
     TraceScore::forEachCount(
         [&](const char* key, auto member) { read(json.at(key), score.*member); });
     return score;
@@ -142,6 +159,10 @@ uint64_t openingsOf(const HitCounts& counts) {
     return counts.openings;
 }
 
+uint64_t openingsOf(const PairedCounts& counts) {
+    return counts.counts.openings;
+}
+
 uint64_t openingsOf(const AnswerCounts& counts) {
     return counts[BY_BAYES] + counts[BY_NETWORK] + counts[NO_ANSWER];
 }
@@ -163,8 +184,37 @@ bool addsUp(const MethodScore& method, const TraceScore& score) {
     for (const auto& [day, ranks] : method.ranks) {
         if (ranks.count(0) > 0 || openingsOf(ranks) > openingsOn(day, score)) return false;
     }
-    return method.answered >= openingsOf(method.ranks) &&
-           method.answered <= openingsOf(score.openings);
+    // With so many names preloaded no more can drop out at an opening, of whatever kind.
+    const uint64_t openings = openingsOf(score.openings);
+    for (size_t i = 0; i < MOST_PRELOADED; ++i) {
+        if (method.unused[i] > (i + 1) * (openings + score.repeats + 1)) return false;
+    }
+    return method.answered >= openingsOf(method.ranks) && method.answered <= openings;
+}
+
+// What one of two has found and the other has not is no less than what they differ by.
+bool isSplit(const SplitCounts& split, const HitCounts& counts) {
+    for (size_t rule = 0; rule < RULES; ++rule) {
+        for (size_t depth = 0; depth < DEPTHS.size(); ++depth) {
+            const auto [less, more] =
+                std::minmax(counts.hits[0][depth], counts.hits[FIRST_RULE + rule][depth]);
+            const uint64_t count = split[rule][depth];
+            if (count < more - less || count > counts.openings) return false;
+        }
+    }
+    return true;
+}
+
+// Those that the engine had not among its first four, by application.
+bool areMissed(const TraceScore& score) {
+    size_t named = 0;
+    for (const auto& [app, counts] : score.apps) {
+        const auto found = score.missed.find(app);
+        named += found == score.missed.end() ? 0 : 1;
+        const uint64_t missed = found == score.missed.end() ? 0 : openingsOf(found->second);
+        if (missed + counts.hits[0][FIRST_FOUR] != counts.openings) return false;
+    }
+    return named == score.missed.size();
 }
 
 void check(const TraceScore& score) {
@@ -180,11 +230,19 @@ void check(const TraceScore& score) {
         refuse(inQuotes(methodKey(METHODS[i])) + " has more answers or ranks than openings");
     }
     bool same = openingsOf(score.hours) == openings && openingsOf(score.stretches) == openings &&
-                openingsOf(score.lengths) == openings;
+                areMissed(score);
+    for (const auto& [stretch, counts] : score.stretches) {
+        same = same && isSplit(counts.split, counts.counts);
+    }
+    const std::map<std::string, RateSums> days = sumsByDay(score);
+    same = same && score.split.size() == days.size();
+    for (const auto& [day, split] : score.split) {
+        same = same && days.count(day) > 0 && isSplit(split, days.at(day).counts);
+    }
     for (const auto& [day, counts] : score.answers) {
         same = same && openingsOf(counts) == openingsOn(day, score);
     }
-    if (!same) refuse("hours, stretches, answers or lengths are not of the same openings");
+    if (!same) refuse("hours, stretches, split, missed or answers are not of the same openings");
 }
 
 }  // namespace

@@ -32,6 +32,7 @@ void ScoreSum::add(const TraceScore& score) {
         mTotal.zone = score.zone;
     }
     mTotal.add(score);
+    mDays += score.openings.size();
     std::vector<RateSums>& units = mTraces[score.name];
     for (const auto& [day, sums] : sumsByDay(score)) units.push_back(sums);
     if (mTraces.size() > MANY_TRACES) {

@@ -30,10 +30,14 @@ class ScoreSum {
     // The sum of all of them.
     const TraceScore& total() const { return mTotal; }
 
+    // On how many days each trace has openings that count, together.
+    uint64_t days() const { return mDays; }
+
     // By name, each by day; or, of many traces, each as a whole.
     const std::map<std::string, std::vector<RateSums>>& traces() const { return mTraces; }
 
   private:
     TraceScore mTotal;
+    uint64_t mDays = 0;
     std::map<std::string, std::vector<RateSums>> mTraces;
 };

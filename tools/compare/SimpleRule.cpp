@@ -8,22 +8,36 @@ SimpleRule::SimpleRule(Method rule)
              : rule == Method::ORDER_1 ? 1
                                        : 0) {}
 
-Guess SimpleRule::guess(uint32_t opened) const {
-    const auto known = static_cast<uint32_t>(mCounts.size());
+Guess SimpleRule::guess(size_t opened) const {
+    const size_t known = mCounts.size();
     if (known < 2) return {0, 0, false};
-    Guess guess{known - 1, 0, false};
-    const uint32_t front = mRecent.back();
+    Guess guess{static_cast<uint32_t>(known - 1), 0, false};
+    const size_t front = mRecent.back();
     if (opened >= known || opened == front) return guess;
-    const std::vector<Score> all = scores();
     guess.rank = 1;
-    for (uint32_t app = 0; app < known; ++app) {
-        if (app == front) continue;
-        if (all[app] > all[opened] || (all[app] == all[opened] && app < opened)) ++guess.rank;
+    for (size_t app = 0; app < known; ++app) {
+        if (app != front && isBefore(app, opened)) ++guess.rank;
     }
     return guess;
 }
 
-void SimpleRule::learn(uint32_t app) {
+std::vector<size_t> SimpleRule::list(size_t most) const {
+    std::vector<size_t> apps;
+    for (size_t app = 0; app < mCounts.size(); ++app) {
+        if (app != mRecent.back()) apps.push_back(app);
+    }
+    const size_t size = std::min(most, apps.size());
+    std::partial_sort(apps.begin(), apps.begin() + static_cast<std::ptrdiff_t>(size), apps.end(),
+                      [this](size_t a, size_t b) { return isBefore(a, b); });
+    apps.resize(size);
+    return apps;
+}
+
+bool SimpleRule::isBefore(size_t app, size_t other) const {
+    return mScores[app] > mScores[other] || (mScores[app] == mScores[other] && app < other);
+}
+
+void SimpleRule::learn(size_t app) {
     mCounts.resize(std::max<size_t>(mCounts.size(), app + 1));
     mLast.resize(mCounts.size());
     ++mCounts[app];
@@ -35,6 +49,7 @@ void SimpleRule::learn(uint32_t app) {
     }
     mRecent.push_back(app);
     if (mRecent.size() > std::max<size_t>(mOrder, 1)) mRecent.erase(mRecent.begin());
+    mScores = scores();
 }
 
 // Counts of what followed the last none, one, two, ... applications are interpolated with absolute

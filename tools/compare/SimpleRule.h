@@ -19,25 +19,29 @@ class SimpleRule {
     explicit SimpleRule(Method rule);
 
     // Where the application that is opened next stands on the list.
-    Guess guess(uint32_t opened) const;
+    Guess guess(size_t opened) const;
 
     // The application has come to the front.
-    void learn(uint32_t app);
+    void learn(size_t app);
+
+    // The first names of its list.
+    std::vector<size_t> list(size_t most) const;
 
   private:
     // Whole, so that no rounding decides between equals. For probabilities of order 2 the common
     // denominator is 16 times the openings so far to the third.
     __extension__ using Score = unsigned __int128;
 
-    using Context = std::vector<uint32_t>;  // the newest last
+    using Context = std::vector<size_t>;  // the newest last
 
     // What has followed a context.
     struct Followers {
         uint64_t openings = 0;
-        std::unordered_map<uint32_t, uint64_t> counts;
+        std::unordered_map<size_t, uint64_t> counts;
     };
 
     std::vector<Score> scores() const;
+    bool isBefore(size_t app, size_t other) const;
     Context lastOf(size_t length) const;
 
     const bool mByTime;   // of the last use, else by what followed
@@ -47,4 +51,5 @@ class SimpleRule {
     std::vector<Score> mLast;    // the opening at which it was used last
     std::map<Context, Followers> mFollowers;
     Context mRecent;
+    std::vector<Score> mScores;  // of each application, as things are now
 };

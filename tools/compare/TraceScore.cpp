@@ -13,6 +13,8 @@ namespace {
 struct Place {
     size_t row;
     std::string day;
+    PairedCounts* stretch;
+    SplitCounts* split;  // of the day
     std::array<HitCounts*, 3> counts;
 };
 
@@ -42,12 +44,15 @@ std::vector<Place> countOpenings(const Trace& trace, TraceScore& score) {
             continue;
         }
         const tm local = localTime(trace, row);
+        const std::string day = dayOf(local);
+        PairedCounts* const stretch = &score.stretches[stretchOf(places.size() + 1)];
         places.push_back(
             {row,
-             dayOf(local),
-             {&score.hours[hourOfWeek(local)], &score.stretches[stretchOf(places.size() + 1)],
-              &score.apps[trace.name(row)]}});
-        ++score.openings[places.back().day];
+             day,
+             stretch,
+             &score.split[day],
+             {&score.hours[hourOfWeek(local)], &stretch->counts, &score.apps[trace.name(row)]}});
+        ++score.openings[day];
         for (HitCounts* const counts : places.back().counts) ++counts->openings;
     }
     return places;
@@ -64,13 +69,37 @@ void countGuesses(size_t method, const std::vector<Guess>& guesses,
     }
 }
 
+void countSplit(size_t rule, const MethodRun& engine, const MethodRun& run,
+                const std::vector<Place>& places) {
+    for (const Place& place : places) {
+        for (size_t depth = 0; depth < DEPTHS.size(); ++depth) {
+            const auto isHit = [&](const MethodRun& of) {
+                const uint32_t rank = of.guesses[place.row].rank;
+                return rank > 0 && rank <= DEPTHS[depth];
+            };
+            if (isHit(engine) == isHit(run)) continue;
+            ++place.stretch->split[rule][depth];
+            ++(*place.split)[rule][depth];
+        }
+    }
+}
+
+void countMissed(const MethodRun& engine, const Trace& trace, const std::vector<Place>& places,
+                 TraceScore& score) {
+    for (const Place& place : places) {
+        const uint32_t rank = engine.guesses[place.row].rank;
+        if (rank > 0 && rank <= DEPTHS[FIRST_FOUR]) continue;
+        const size_t first = engine.firsts[place.row];
+        ++score.missed[trace.name(place.row)][first == NO_NAME ? "" : trace.names()[first]];
+    }
+}
+
 void countAnswers(const MethodRun& engine, const Trace& trace, const std::vector<Place>& places,
                   TraceScore& score) {
     for (const Place& place : places) {
         const Guess& guess = engine.guesses[place.row];
         const Answer answer = guess.length == 0 ? NO_ANSWER : guess.network ? BY_NETWORK : BY_BAYES;
         ++score.answers[place.day][answer];
-        ++score.lengths[guess.length][answer];
     }
     for (const size_t row : engine.trainings) {
         ++score.answers[dayOf(localTime(trace, row))][TRAININGS];
@@ -85,6 +114,7 @@ std::array<uint64_t, 3> ownCounts(const PredictorScore& score) {
 }  // namespace
 
 void TraceScore::add(const TraceScore& other) {
+    invented |= other.invented;
     forEachCount([&](const char*, auto member) { addCounts(this->*member, other.*member); });
 }
 
@@ -108,21 +138,27 @@ std::optional<TraceScore> scoreTrace(const NamedTrace& named, const ChargingPlan
     score.name = named.name;
     score.charging = plan.text();
     score.zone = zoneName();
+    score.invented = trace.hasInventedTimes();
     const std::vector<Place> places = countOpenings(trace, score);
     if (places.empty()) {
         throw InputError(printable(named.name) +
                          ": nothing can be judged, as no opening follows one of another name");
     }
+    std::optional<MethodRun> engine;
     for (size_t method = 0; method < METHODS.size(); ++method) {
-        const std::optional<MethodRun> run =
-            runMethod(METHODS[method], trace, plan,
-                      [&](size_t row) { return goOn(method * trace.size() + row); });
+        std::optional<MethodRun> run = runMethod(METHODS[method], trace, plan, [&](size_t row) {
+            return goOn(method * trace.size() + row);
+        });
         if (!run) return std::nullopt;
         countGuesses(method, run->guesses, places, score.methods[method]);
+        score.methods[method].unused = run->unused;
+        if (isRule(METHODS[method])) countSplit(method - FIRST_RULE, *engine, *run, places);
         if (METHODS[method] != Method::ENGINE) continue;
+        countMissed(*run, trace, places, score);
         countAnswers(*run, trace, places, score);
         score.own[BY_BAYES] = ownCounts(run->bayes);
         score.own[BY_NETWORK] = ownCounts(run->network);
+        engine = std::move(run);
     }
     return score;
 }

@@ -14,22 +14,25 @@
 // Those of several traces add up to one of all of them.
 struct TraceScore {
     std::string name;
-    std::string charging;  // the plan
-    std::string zone;      // of local times
+    std::string charging;   // the plan
+    std::string zone;       // of local times
+    bool invented = false;  // whether the trace has no times of its own, or one of several
     // Those that count (see Counts.h), by day, "2026-03-01" in local time; of the others, which are
     // left out everywhere, the repeats.
     std::map<std::string, uint64_t> openings;
     uint64_t repeats = 0;
     MethodScores methods;
-    std::map<uint32_t, HitCounts> hours;      // of the week, 0 on Monday at 00:00 local time
-    std::map<uint32_t, HitCounts> stretches;  // see stretchOf()
+    std::map<uint32_t, HitCounts> hours;         // of the week, 0 on Monday at 00:00 local time
+    std::map<uint32_t, PairedCounts> stretches;  // see stretchOf()
+    std::map<std::string, SplitCounts> split;    // by day
     std::map<std::string, HitCounts> apps;
-    // The engine's answers, by day and by length of the list, and its own counters.
-    std::map<std::string, AnswerCounts> answers;
-    std::map<uint32_t, AnswerCounts> lengths;
+    // Of the openings that the engine had not among its first four, by their name: the name that
+    // stood first instead, "" without a list.
+    std::map<std::string, std::map<std::string, uint64_t>> missed;
+    std::map<std::string, AnswerCounts> answers;  // of the engine, by day
     OwnCounts own{};
 
-    // Adds the other's counts; name, plan and zone stay.
+    // Adds the other's counts, and that times are invented; name, plan and zone stay.
     void add(const TraceScore& other);
 
     // Calls visit("openings", &TraceScore::openings), with the key in JSON, and so on for all
@@ -41,9 +44,10 @@ struct TraceScore {
         visit("methods", &TraceScore::methods);
         visit("hours", &TraceScore::hours);
         visit("stretches", &TraceScore::stretches);
+        visit("split", &TraceScore::split);
         visit("apps", &TraceScore::apps);
+        visit("missed", &TraceScore::missed);
         visit("answers", &TraceScore::answers);
-        visit("lengths", &TraceScore::lengths);
         visit("own", &TraceScore::own);
     }
 };

@@ -18,18 +18,24 @@ using ::testing::Pair;
 // Every method has had the same luck.
 Json goodScore() {
     const Json method = Json::parse(R"({"answered":9,"top1":3,"top4":5,"top8":6,)"
+                                    R"("unused":[1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16],)"
                                     R"("ranks":{"2026-03-01":{"1":3,"4":2},)"
                                     R"("2026-03-02":{"5":1,"12":2}}})");
-    Json score = Json::parse(R"({"name":"a.csv#2","charging":"23:00-07:00","zone":"UTC",)"
-                             R"("openings":{"2026-03-01":7,"2026-03-02":4}})");
+    Json score =
+        Json::parse(R"({"name":"a.csv#2","charging":"23:00-07:00","zone":"UTC","invented":false,)"
+                    R"("openings":{"2026-03-01":7,"2026-03-02":4}})");
     score["repeats"] = 2;
     for (const Method each : METHODS) score["methods"][methodKey(each)] = method;
     const Json hits = std::vector<std::array<int, 3>>(METHODS.size(), {3, 5, 6});
     score["hours"]["167"] = {11, hits};
-    score["stretches"] = {{"0", {10, hits}}, {"1", {1, hits}}};
+    const Json split = std::vector<std::array<int, 3>>(RULES, {2, 4, 0});
+    const Json none = std::vector<std::array<int, 3>>(METHODS.size(), {0, 0, 0});
+    const Json even = std::vector<std::array<int, 3>>(RULES, {0, 0, 0});
+    score["stretches"] = {{"0", {10, hits, split}}, {"1", {1, none, even}}};
+    score["split"] = {{"2026-03-01", split}, {"2026-03-02", even}};
     score["apps"] = {{"com.a", {6, hits}}, {"com.b", {5, hits}}};
+    score["missed"] = Json::parse(R"({"com.a":{"":1}})");
     score["answers"] = Json::parse(R"({"2026-03-01":[5,0,2,0],"2026-03-02":[0,4,0,1]})");
-    score["lengths"] = Json::parse(R"({"0":[0,0,2,0],"9":[5,4,0,0]})");
     score["own"] = Json::parse("[[5,3,4],[4,0,1]]");
     return score;
 }
@@ -77,9 +83,17 @@ TEST(TraceScore, WhatCannotBeIsRefused) {
         {"/methods/bayes/ranks/2026-03-01/0", "1", "is wrong"},
         {"/methods/bayes/ranks/2026-03-01/050", "1", "is wrong"},
         {"/methods/bayes/ranks/2026-03-01/4294967297", "1", "is wrong"},
-        {"/hours/167/0", "10", "hours, stretches, answers or lengths"},
-        {"/lengths", "{}", "hours, stretches, answers or lengths"},
-        {"/answers/2026-03-01/0", "6", "hours, stretches, answers or lengths"},
+        {"/methods/bayes/unused/3", "57", "\"bayes\" has more"},
+        {"/methods/bayes/unused/16", "1", "is wrong"},
+        {"/invented", "0", "must be boolean"},
+        {"/hours/167/0", "10", "hours, stretches, split, missed or answers"},
+        {"/answers/2026-03-01/0", "6", "hours, stretches, split, missed or answers"},
+        {"/split/2026-03-01/0/0", "8", "hours, stretches, split, missed or answers"},
+        {"/split/2026-03-09", "[[0,0,0],[0,0,0],[0,0,0],[0,0,0]]", "split, missed or answers"},
+        {"/split/2026-03-02", "", "split, missed or answers"},
+        {"/stretches/1/1/0/0", "1", "split, missed or answers"},
+        {"/missed/com.a/", "2", "split, missed or answers"},
+        {"/missed/com.c", "{}", "split, missed or answers"},
         {"/own/1", "[1,2]", "is no score"},
         {"/apps/com.a", "[6]", "is no score"},
     };
@@ -171,10 +185,57 @@ TEST(TraceScore, NobodyIsJudgedByTheApplicationInFront) {
         EXPECT_EQ(counted.answered, 4U) << methodName(method);
         EXPECT_EQ(counted.ranks.at("2024-03-01"), (RankCounts{{1, 4}})) << methodName(method);
     }
-    EXPECT_THAT(score.lengths,
-                ElementsAre(Pair(0, AnswerCounts{0, 0, 17, 0}), Pair(1, AnswerCounts{4, 0, 0, 0})));
+    EXPECT_THAT(score.answers, ElementsAre(Pair("2024-03-01", AnswerCounts{4, 0, 17, 0})));
+    EXPECT_EQ(score.missed.at("a").at("") + score.missed.at("b").at(""), 17U);
     EXPECT_EQ(score.own[BY_BAYES][0], 18U) << "the engine scores repeats too";
     EXPECT_THROW(scoreOf(traceOf("aaa")), InputError);
+}
+
+// As many openings in a row as it takes to have an answer, then habits and strays.
+TEST(TraceScore, MissesAndDifferencesAreCountedOpeningByOpening) {
+    std::string letters;
+    for (int i = 0; i < 300; ++i) letters += static_cast<char>('a' + (i * i + i / 11) % 13);
+    const Trace trace = traceOf(letters);
+    const TraceScore score = scoreOf(trace);
+    const auto runOf = [&](Method method) {
+        return *runMethod(method, trace, ChargingPlan::always(), [](size_t) { return true; });
+    };
+    const MethodRun engine = runOf(Method::ENGINE);
+    const MethodRun order2 = runOf(Method::ORDER_2);
+    const auto found = [](const MethodRun& run, size_t row, uint32_t depth) {
+        return run.guesses[row].rank > 0 && run.guesses[row].rank <= depth;
+    };
+    std::map<std::string, std::map<std::string, uint64_t>> missed;
+    std::array<uint64_t, DEPTHS.size()> split{};
+    for (size_t row = 1; row < trace.size(); ++row) {
+        if (trace.name(row) == trace.name(row - 1)) continue;
+        const size_t first = engine.firsts[row];
+        const std::string instead = first == NO_NAME ? "" : trace.names()[first];
+        if (!found(engine, row, 4)) ++missed[trace.name(row)][instead];
+        for (size_t i = 0; i < DEPTHS.size(); ++i) {
+            split[i] += found(engine, row, DEPTHS[i]) != found(order2, row, DEPTHS[i]) ? 1 : 0;
+        }
+    }
+    EXPECT_EQ(score.missed, missed);
+    EXPECT_GT(missed.at("b").size(), 2U);
+    constexpr size_t ORDER_2 = RULES - 1;
+    EXPECT_EQ(score.split.at("2024-03-01")[ORDER_2], split);
+    EXPECT_GT(split[0], 10U);
+    SplitCounts sum{};
+    for (const auto& [stretch, counts] : score.stretches) addCounts(sum, counts.split);
+    EXPECT_EQ(sum[ORDER_2], split);
+    EXPECT_EQ(score.methods[6].unused, order2.unused);
+    EXPECT_TRUE(score.invented) << "no two openings lie further apart than others";
+
+    // What is read back and added up is the same, and one trace without times is enough.
+    TraceScore twice = parseScore(scoreLine(score));
+    twice.invented = false;
+    twice.add(score);
+    EXPECT_EQ(twice.missed.at("b").at(missed.at("b").rbegin()->first),
+              2 * missed.at("b").rbegin()->second);
+    EXPECT_EQ(twice.methods[0].unused[3], 2 * engine.unused[3]);
+    EXPECT_EQ(twice.split.at("2024-03-01")[ORDER_2][1], 2 * split[1]);
+    EXPECT_TRUE(twice.invented);
 }
 
 TEST(TraceScore, StretchesEndAtRoundNumbers) {

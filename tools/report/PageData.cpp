@@ -10,14 +10,14 @@
 namespace {
 
 constexpr size_t NAMED_TRACES = 5;
-constexpr size_t MOST_APPS = 50;
-constexpr size_t MOST_PERIODS = 31;  // with a dot for each method
-constexpr size_t MOST_COLUMNS = 92;  // of answers
-constexpr uint32_t MOST_LENGTHS = 64;
-constexpr size_t LEAST_FOUND = 30;  // users
-constexpr size_t SPREAD_BIN = 2;    // percent
+constexpr size_t MOST_APPS = 30;
+constexpr size_t MOST_MISSED = 15;       // applications
+constexpr size_t MOST_PERIODS = 31;      // with a dot each
+constexpr size_t MOST_COLUMNS = 92;      // of answers
+constexpr uint64_t FEWEST_JUDGED = 300;  // openings, for a verdict
+constexpr size_t LEAST_FOUND = 30;       // users
+constexpr size_t SPREAD_BIN = 2;         // percent
 constexpr size_t SPREAD_BINS = 100 / SPREAD_BIN;
-constexpr size_t FIRST_FOUR = 1;  // of DEPTHS
 
 // A row of a chart's table: what it is about, and its counts.
 
@@ -25,6 +25,11 @@ Json rowJson(Json row, const HitCounts& counts) {
     row["openings"] = counts.openings;
     row["hits"] = counts.hits;
     return row;
+}
+
+Json rowJson(Json row, const PairedCounts& counts) {
+    row["split"] = counts.split;
+    return rowJson(std::move(row), counts.counts);
 }
 
 Json rowJson(Json row, const AnswerCounts& counts) {
@@ -69,12 +74,12 @@ Json methodsJson(const Comparison& comparison) {
     return methods;
 }
 
-// Of the best simple rule at each depth: how many points the engine is ahead of it.
+// The best simple rule at each depth, and how many points the engine is ahead of it.
 Json rivalsJson(const Comparison& comparison) {
     Json rivals;
     for (size_t depth = 0; depth < DEPTHS.size(); ++depth) {
-        const Estimate& lead = comparison.rivals[depth].lead;
-        Json rival = {{"lead", 100 * lead.value}};
+        const auto& [rule, lead] = comparison.rivals[depth];
+        Json rival = {{"method", rule}, {"lead", 100 * lead.value}};
         if (lead.interval) {
             rival["low"] = 100 * lead.interval->low;
             rival["high"] = 100 * lead.interval->high;
@@ -89,25 +94,28 @@ Json periodsJson(const std::map<std::string, Counts>& days, size_t most) {
     const Period period = periodFor(days.begin()->first, days.rbegin()->first, most);
     Json rows;
     for (const auto& [start, counts] : byPeriod(days, period)) {
-        rows.push_back(rowJson({{"start", start}}, counts));
+        rows.push_back(rowJson({{"start", start}, {"end", nextPeriod(start, period)}}, counts));
     }
     return {{"unit", periodName(period)}, {"rows", std::move(rows)}};
 }
 
-Json hoursJson(std::map<uint32_t, HitCounts> hours) {
+// Of the day, all weekdays together.
+Json hoursJson(const std::map<uint32_t, HitCounts>& hours) {
+    std::array<HitCounts, 24> ofDay;
+    for (const auto& [hour, counts] : hours) addCounts(ofDay[hour % 24], counts);
     Json rows;
-    for (uint32_t hour = 0; hour < HOURS_OF_WEEK; ++hour) {
-        rows.push_back(rowJson(Json::object(), hours[hour]));
+    for (size_t hour = 0; hour < ofDay.size(); ++hour) {
+        rows.push_back(rowJson({{"hour", hour}}, ofDay[hour]));
     }
     return rows;
 }
 
-Json learningJson(std::map<uint32_t, HitCounts> stretches, uint64_t longest) {
+Json learningJson(std::map<uint32_t, PairedCounts> stretches, uint64_t longest) {
     // A last one that has hardly begun says nothing by itself.
     while (stretches.size() > 1) {
         const auto last = std::prev(stretches.end());
-        HitCounts& before = std::prev(last)->second;
-        if (10 * last->second.openings >= before.openings) break;
+        PairedCounts& before = std::prev(last)->second;
+        if (10 * last->second.counts.openings >= before.counts.openings) break;
         addCounts(before, last->second);
         stretches.erase(last);
     }
@@ -121,39 +129,54 @@ Json learningJson(std::map<uint32_t, HitCounts> stretches, uint64_t longest) {
     return rows;
 }
 
-// Of each method, the openings at rank 1, 2 and so on to the greatest depth, at a later one, not on
-// its list, and without a list.
-Json ranksJson(const TraceScore& total, uint64_t openings) {
-    constexpr uint32_t LATER = DEPTHS.back();
+// Of each method, by how many names are preloaded: the openings caught, and the preloads that were
+// never used.
+Json placesJson(const TraceScore& total) {
     Json rows;
     for (const MethodScore& method : total.methods) {
-        std::array<uint64_t, LATER + 3> places{};
-        uint64_t listed = 0;
+        PlaceCounts caught{};
         for (const auto& [day, ranks] : method.ranks) {
             for (const auto& [rank, count] : ranks) {
-                places[std::min(rank - 1, LATER)] += count;
-                listed += count;
+                for (size_t i = rank - 1; i < MOST_PRELOADED; ++i) caught[i] += count;
             }
         }
-        places[LATER + 1] = method.answered - listed;
-        places[LATER + 2] = openings - method.answered;
-        rows.push_back(places);
+        rows.push_back({{"caught", caught}, {"unused", method.unused}});
     }
     return rows;
 }
 
-// Lists of no name for themselves, the others in columns of equal width.
-Json lengthsJson(const std::map<uint32_t, AnswerCounts>& lengths) {
-    const uint32_t width = lengths.rbegin()->first / MOST_LENGTHS + 1;
-    std::map<uint32_t, AnswerCounts> columns;  // by the shortest length
-    for (const auto& [length, counts] : lengths) {
-        addCounts(columns[length == 0 ? 0 : (length - 1) / width * width + 1], counts);
+// The applications that the engine missed most often, and what stood first on its list instead.
+Json missedJson(const TraceScore& total) {
+    struct Missed {
+        std::string name;
+        uint64_t count = 0;
+        uint64_t noList = 0;
+        std::pair<std::string, uint64_t> first = {};  // the most frequent
+    };
+    std::vector<Missed> apps;
+    for (const auto& [name, firsts] : total.missed) {
+        Missed app{name};
+        for (const auto& [first, count] : firsts) {
+            app.count += count;
+            if (first.empty()) {
+                app.noList = count;
+            } else if (count > app.first.second) {
+                app.first = {first, count};
+            }
+        }
+        apps.push_back(std::move(app));
     }
-    Json rows;
-    for (const auto& [from, counts] : columns) {
-        const uint32_t to = from == 0 ? 0 : from + width - 1;
-        rows.push_back(rowJson({{"from", from}, {"to", to}}, counts));
-        rows.back().erase("trainings");  // have no length
+    std::stable_sort(apps.begin(), apps.end(),
+                     [](const Missed& a, const Missed& b) { return a.count > b.count; });
+    apps.resize(std::min(apps.size(), MOST_MISSED));
+    Json rows = Json::array();
+    for (const Missed& app : apps) {
+        rows.push_back({{"name", app.name},
+                        {"openings", total.apps.at(app.name).openings},
+                        {"missed", app.count},
+                        {"noList", app.noList},
+                        {"first", app.first.first},
+                        {"firstCount", app.first.second}});
     }
     return rows;
 }
@@ -227,7 +250,7 @@ Json leastFoundJson(std::vector<User> users) {
 
 }  // namespace
 
-std::string pageData(const ScoreSum& scores, uint64_t seed) {
+std::string pageData(const ScoreSum& scores, uint64_t seed, const std::string& command) {
     const TraceScore& total = scores.total();
     const Comparison comparison = compareMethods(scores, seed);
     const uint64_t openings = comparison.counts.openings;
@@ -237,17 +260,23 @@ std::string pageData(const ScoreSum& scores, uint64_t seed) {
         users.push_back({name, sumOf(units).counts});
         longest = std::max(longest, users.back().counts.openings);
     }
-    std::map<std::string, HitCounts> days;
-    for (const auto& [day, sums] : sumsByDay(total)) days[day] = sums.counts;
+    std::map<std::string, PairedCounts> days;
+    for (const auto& [day, sums] : sumsByDay(total)) {
+        days[day] = {sums.counts, total.split.at(day)};
+    }
 
     Json page;
     page["program"] = KSBRAIN_VERSION;
+    page["command"] = command;
     page["traceCount"] = users.size();
     for (size_t i = 0; i < std::min(users.size(), NAMED_TRACES); ++i) {
         page["traces"].push_back(fileName(users[i].name));
     }
     page["charging"] = total.charging;
     page["zone"] = total.zone;
+    page["invented"] = total.invented;
+    page["days"] = scores.days();
+    page["fewest"] = FEWEST_JUDGED;
     page["repeats"] = total.repeats;
     page["from"] = total.openings.begin()->first;
     page["to"] = total.openings.rbegin()->first;
@@ -258,10 +287,10 @@ std::string pageData(const ScoreSum& scores, uint64_t seed) {
                    {"network", ownJson(total.own[BY_NETWORK])}};
     page["periods"] = periodsJson(days, MOST_PERIODS);
     page["answers"] = periodsJson(total.answers, MOST_COLUMNS);
-    page["hours"] = hoursJson(total.hours);
+    if (!total.invented) page["hours"] = hoursJson(total.hours);
     page["learning"] = learningJson(total.stretches, longest);
-    page["ranks"] = ranksJson(total, openings);
-    page["lengths"] = lengthsJson(total.lengths);
+    page["places"] = placesJson(total);
+    page["missed"] = missedJson(total);
     addApps(total, openings, page);
     if (users.size() > 1) {
         page["spreadBin"] = SPREAD_BIN;

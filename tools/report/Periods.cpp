@@ -43,3 +43,8 @@ std::string periodStart(const std::string& day, Period period) {
     const time_t weekday = ((number + 3) % 7 + 7) % 7;  // Monday is 0
     return dayText(number - weekday);
 }
+
+std::string nextPeriod(const std::string& start, Period period) {
+    if (period == Period::MONTH) return periodStart(dayText(dayNumber(start) + 31), period);
+    return dayText(dayNumber(start) + (period == Period::DAY ? 1 : 7));
+}

@@ -17,12 +17,22 @@ Period periodFor(const std::string& first, const std::string& last, size_t most)
 // The first day of the period that the day is in; weeks begin on Mondays.
 std::string periodStart(const std::string& day, Period period);
 
-// Counts by day put together by period.
+// The first day of the one after it, which itself begins on that day.
+std::string nextPeriod(const std::string& start, Period period);
+
+// Counts by day put together by period, with those between the first and the last that have none.
 template <typename Counts>
 std::map<std::string, Counts> byPeriod(const std::map<std::string, Counts>& days, Period period) {
     std::map<std::string, Counts> result;
     for (const auto& [day, counts] : days) {
-        addCounts(result[periodStart(day, period)], counts);
+        const std::string start = periodStart(day, period);
+        if (!result.empty()) {
+            for (std::string last = result.rbegin()->first; last < start;) {
+                last = nextPeriod(last, period);
+                result[last];
+            }
+        }
+        addCounts(result[start], counts);
     }
     return result;
 }

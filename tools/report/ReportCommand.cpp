@@ -1,6 +1,8 @@
 #include "tools/report/ReportCommand.h"
 
+#include <cctype>
 #include <cstdio>
+#include <fstream>
 #include <memory>
 
 #include "tools/common/CommonOptions.h"
@@ -24,6 +26,30 @@ struct Options {
     uint64_t seed = 1;
 };
 
+// How the program was called, for a shell. Of paths, as of traces, only the last component: the
+// page may be sent to others.
+std::string commandLine() {
+    std::ifstream file("/proc/self/cmdline");
+    std::string line;
+    for (std::string word; std::getline(file, word, '\0');) {
+        // The value of an option may be written right behind it.
+        const size_t value = startsWith(word, "--")  ? word.find('=') + 1
+                             : startsWith(word, "-") ? 2
+                                                     : 0;
+        const size_t path = word.rfind('/') + 1;
+        if (path > value) word.erase(value, path - value);
+        bool isPlain = !word.empty();
+        std::string quoted;
+        for (const char c : word) {
+            isPlain = isPlain && (isalnum(static_cast<unsigned char>(c)) != 0 ||
+                                  holds("-_.,:=+%@", std::string_view(&c, 1)));
+            quoted += c == '\'' ? "'\\''" : std::string(1, c);
+        }
+        line += (line.empty() ? "" : " ") + (isPlain ? word : '\'' + quoted + '\'');
+    }
+    return line;
+}
+
 int report(const Options& options) {
     if (options.trace.has_value() == options.from.has_value()) {
         throw InputError("report: give either a TRACE or --from FILE (see ksbrain report --help)");
@@ -43,7 +69,7 @@ int report(const Options& options) {
         if (!score) return EXIT_SIGNALLED + interruptSignal();
         scores.add(*score);
     }
-    file.write(makePage(pageData(scores, options.seed)));
+    file.write(makePage(pageData(scores, options.seed, commandLine())));
     file.commit();
     if (!options.scoring.quiet && !isStandardOutput(options.output)) {
         fprintf(stderr, "%s is written: open it in a browser\n", printable(options.output).c_str());
@@ -59,7 +85,7 @@ Verb makeReportVerb() {
         "report",
         "Show on a page with charts how well the engine predicts",
         {{"ksbrain report --charging 23:00-07:00 phone.csv -o report.html",
-          "one page that needs no network: when, where and for which applications it is right"},
+          "one page that needs no network: how many to preload, and what that saves"},
          {"ksbrain report --from scores.jsonl -o report.html",
           "many traces together, each scored by compare --json, and how their users differ"}}};
     verb.text("TRACE", options->trace, std::string("What to score: ") + TRACE_KINDS);

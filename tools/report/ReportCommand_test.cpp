@@ -41,6 +41,15 @@ TEST(ReportProgram, RefusesBadInputAndWritesNothing) {
     }
 }
 
+// What the page says of itself: the command line that made it.
+std::string takeCommand(std::string& page) {
+    const std::string begin = "\"command\":\"";
+    const size_t from = page.find(begin) + begin.size();
+    const std::string command = page.substr(from, page.find('"', from) - from);
+    page.erase(from, command.size());
+    return command;
+}
+
 TEST(ReportProgram, AScoreGivesThePageOfItsTrace) {
     const TempDir files;
     files.write("names.txt", "com.a\ncom.b\ncom.a\ncaf\xe9\ncaf\xe8\n");
@@ -59,7 +68,18 @@ TEST(ReportProgram, AScoreGivesThePageOfItsTrace) {
     const std::string plain = runKsbrain({"compare", "--json", names}).out;
     runKsbrain({"report", "--quiet", "-o", files.file("direct.html"), names});
     runKsbrain({"report", "--quiet", "--from", "-", "-o", files.file("from.html")}, plain);
-    EXPECT_EQ(files.read("from.html"), files.read("direct.html"));
+    std::string one = files.read("direct.html");
+    std::string other = files.read("from.html");
+    EXPECT_EQ(takeCommand(one), "ksbrain report --quiet -o direct.html names.txt");
+    EXPECT_EQ(takeCommand(other), "ksbrain report --quiet --from - -o from.html");
+    EXPECT_TRUE(one == other) << "another page";
+
+    const std::string blank = files.file("a page's.html");
+    files.write("names.txt", "com.a\ncom.b\ncom.a\n");
+    runKsbrain({"report", "--quiet", "--output=" + blank, "--drop", "x y", names});
+    std::string third = files.read("a page's.html");
+    EXPECT_EQ(takeCommand(third),
+              R"(ksbrain report --quiet '--output=a page'\\''s.html' --drop 'x y' names.txt)");
 }
 
 TEST(ReportProgram, AnInterruptLeavesTheOldPage) {

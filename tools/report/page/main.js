@@ -1,29 +1,30 @@
-import { listLength, whoAnswered } from "./answers.js";
-import { data, methods, within } from "./data.js";
+import { whoAnswered } from "./answers.js";
+import { byApp, leastFound, missed } from "./apps.js";
+import { data, within } from "./data.js";
 import { element } from "./dom.js";
 import { figure } from "./figure.js";
-import { headline } from "./headline.js";
-import { byApp, byRank, leastFound, overWeek, spread } from "./places.js";
-import { allOpenings, learning, overDay, overTime } from "./rates.js";
+import { answer, header, ownCounters, verdicts } from "./headline.js";
+import { leadOverTime, learning, overDay } from "./lead.js";
+import { allOpenings, spread } from "./methods.js";
+import { howMany } from "./preloads.js";
 
 const many = data.traceCount > 1;
 const CHARTS = [
-  ["all-openings", allOpenings],
-  ["over-time", overTime],
-  ["over-day", overDay],
-  ["over-week", overWeek],
-  ["by-rank", byRank],
-  ["by-app", byApp],
+  ["how-many", howMany],
+  ["over-time", leadOverTime],
   ["learning", learning],
+  ["all-openings", allOpenings],
   ["who-answered", whoAnswered],
-  ["list-length", listLength],
+  ["missed", missed],
+  ["by-app", byApp],
   ...(many ? [["spread", spread], ["least-found", leastFound]] : []),
+  ...(data.invented ? [] : [["over-day", overDay]]),
 ];
 
-const state = { depth: data.depths.indexOf(4), shown: new Set(methods.keys()), sort: "openings" };
+const state = { depth: data.depths.indexOf(4), sort: "openings" };
 
-function choice(type, name, label, checked, onchange) {
-  const input = element("input", { type, name, onchange: () => onchange(input.checked) });
+function choice(name, label, checked, onchange) {
+  const input = element("input", { type: "radio", name, onchange });
   input.checked = checked;
   return element("label", {}, input, " ", label);
 }
@@ -32,33 +33,33 @@ function group(legend, ...choices) {
   return element("fieldset", {}, element("legend", {}, legend), ...choices);
 }
 
+const sentence = element("p", { class: "answer", id: "answer" });
 const figures = CHARTS.map(([id, chart]) => figure(id, chart));
-const update = () => figures.forEach((each) => each.update(state));
-const change = (apply) => (value) => {
-  apply(value);
+function update() {
+  sentence.textContent = answer(state);
+  figures.forEach((each) => each.update(state));
+}
+const change = (apply) => () => {
+  apply();
   update();
 };
 
-document.getElementById("headline").append(...headline());
+document.getElementById("headline").append(...header(sentence), ...verdicts());
 document.getElementById("controls").append(
   group(
     "A hit is",
     ...data.depths.map((_, depth) =>
-      choice("radio", "depth", within(depth), depth === state.depth, change(() => (state.depth = depth))),
-    ),
-  ),
-  group(
-    "Lines",
-    ...methods.map((method) =>
-      choice("checkbox", method.key, method.name, true, change((on) => state.shown[on ? "add" : "delete"](method.index))),
+      choice("depth", within(depth), depth === state.depth, change(() => (state.depth = depth))),
     ),
   ),
   group(
     "Applications by",
-    choice("radio", "sort", "openings", true, change(() => (state.sort = "openings"))),
-    choice("radio", "sort", "share found", false, change(() => (state.sort = "share"))),
+    choice("sort", "openings", true, change(() => (state.sort = "openings"))),
+    choice("sort", "share found", false, change(() => (state.sort = "share"))),
   ),
 );
-document.getElementById("charts").append(...figures.map((each) => each.frame));
-document.getElementById("footer").append(`Made by ksbrain ${data.program}.`);
+document.getElementById("charts").append(...figures.map((each) => each.frame), ownCounters());
+document
+  .getElementById("footer")
+  .append(`Made by ksbrain ${data.program} with `, element("code", {}, data.command), `. Local times are those of ${data.zone}.`);
 update();

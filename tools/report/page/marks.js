@@ -2,13 +2,17 @@
 // screen reader says, a pointer shows, and the test in the browser counts.
 import * as Plot from "@observablehq/plot";
 import { element } from "./dom.js";
-import { methods } from "./data.js";
-
 const DASHES = ["", "", "", "6,3", "2,3", "8,3,2,3", "10,4"];
 const SYMBOLS = ["circle", "square", "triangle", "diamond", "times", "plus", "asterisk"];
 
 export function labelled(text, options) {
   return { ...options, ariaLabel: text, title: text, tip: true };
+}
+
+// For each row a radius that shows how many openings it stands for.
+export function sizes(rows) {
+  const most = Math.max(...rows.map((row) => row.openings));
+  return (row) => 2 + 4 * Math.sqrt(row.openings / most);
 }
 
 function look(method) {
@@ -30,12 +34,12 @@ function dashes(method) {
   };
 }
 
-// A line with a dot for each row that has a value. `text` says what a row's dot stands for.
-export function series(method, rows, { x, y, text }) {
-  const present = rows.filter((row) => y(row) !== null);
+// A line, broken where a row has no value, with a dot for each that has one. `text` says what a row's
+// dot stands for.
+export function series(method, rows, { x, y, r = 3, text }) {
   return [
-    Plot.line(present, { x, y, ...dashes(method) }),
-    Plot.dot(present, labelled(text, { x, y, ...look(method) })),
+    Plot.line(rows, { x, y, ...dashes(method) }),
+    Plot.dot(rows.filter((row) => y(row) !== null), labelled(text, { x, y, ...look(method), r, sort: null })),
   ];
 }
 
@@ -60,7 +64,5 @@ export function colorKey(name, color) {
 export function tickKey(method) {
   return element("span", { class: "key" }, element("b", { style: `background:${method.color}` }), method.name);
 }
-
-export const shownMethods = (state) => methods.filter((method) => state.shown.has(method.index));
 
 export const RATE_AXIS = { label: "share of openings (%)", domain: [0, 100], grid: true };

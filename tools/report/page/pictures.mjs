@@ -10,10 +10,11 @@ const [program, demo, out] = process.argv.slice(2);
 mkdirSync(out, { recursive: true });
 const browser = await launchBrowser();
 
-async function picture(name, { url, html, width, height, colorScheme = "light" }) {
+async function picture(name, { url, html, from, width, height, colorScheme = "light" }) {
   const page = await browser.newPage({ viewport: { width, height }, colorScheme });
   if (url) await page.goto(url);
   else await page.setContent(html);
+  if (from) await page.locator(from).evaluate((part) => part.scrollIntoView());
   await page.screenshot({ path: `${out}/${name}.png`, fullPage: html !== undefined });
   await page.close();
 }
@@ -28,7 +29,7 @@ function terminal(...words) {
 
 const url = pathToFileURL(resolve(demo, "report.html")).href;
 await picture("report", { url, width: 1100, height: 1500 });
-await picture("report-dark", { url, width: 400, height: 1100, colorScheme: "dark" });
+await picture("report-dark", { url, from: "#how-many", width: 400, height: 1100, colorScheme: "dark" });
 await picture("compare", { html: terminal("compare", "--quiet", "--charging", "23:00-07:00", "trace.csv"), width: 900, height: 100 });
 await picture("explain", { html: terminal("explain", "--bayes", "--top", "3", "--time", "2024-04-26T20:10", "--last", "com.example.news", "--current", "com.example.mail", "state"), width: 900, height: 100 });
 await browser.close();

@@ -1,5 +1,5 @@
-// A chart's data as a table. A column: { label, value: row => ..., show: value => text, mark }, where
-// `mark` says that each of its values is a mark in the chart. A click on a heading sorts.
+// A chart's data as a table. A column: { label, value: row => ..., show: value => text, mark, strong },
+// where `mark` says that each of its values is a mark in the chart. A click on a heading sorts.
 import { element } from "./dom.js";
 
 function compare(a, b) {
@@ -13,6 +13,7 @@ function cell(column, row) {
   const classes = [
     typeof value === "number" ? "number" : "",
     column.mark && value !== null ? "mark" : "",
+    column.strong ? "strong" : "",
   ];
   return element("td", { class: classes.join(" ").trim() || undefined }, text);
 }

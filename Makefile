@@ -1,6 +1,7 @@
 # make demo        replay some weeks of recorded usage and show what was predicted
 # make test        build and run all tests
 # make build       build/ksbrain, build/libksbrain.so, build/libzml.so
+# make desktop     build/ksbrain-desktop, a host of the engine for a Linux desktop
 # make test-engine the tests of the engine and of the tools that share its threads or files
 # make everything  the whole matrix: lint, all tests plain, under each sanitizer and under emulation
 # make lint        the layout of the code, and what clang-tidy has to say
@@ -29,7 +30,7 @@ comma := ,
 BUILD := build$(if $(SANITIZE),-$(subst $(comma),-,$(SANITIZE)))
 JOBS := $(shell nproc)
 
-.PHONY: build tests test engine-tests test-engine demo everything lint bench stress kills pictures format clean \
+.PHONY: build desktop tests test engine-tests test-engine demo everything lint bench stress kills pictures format clean \
     arm64 engine-arm64 test-arm64 test-engine-arm64 install install-tools
 
 # configure-and-build(FOLDER,OPTIONS,TARGETS)
@@ -50,9 +51,13 @@ build:
 	@cmake/setup.sh build
 	$(call here,,all)
 
+desktop:
+	@cmake/setup.sh build desktop
+	$(call here,-DKSBRAIN_DESKTOP=ON,all)
+
 tests:
-	@cmake/setup.sh build tests
-	$(call here,-DKSBRAIN_TESTS=ON,all tests)
+	@cmake/setup.sh build desktop tests
+	$(call here,-DKSBRAIN_DESKTOP=ON -DKSBRAIN_TESTS=ON,all tests)
 
 test: tests
 	$(call run-tests,$(BUILD))

@@ -4,6 +4,7 @@
 #   page      what the report's page is made with
 #   tests     the tests
 #   browser   the tests of the report's page, and the pictures
+#   desktop   the host for a Linux desktop
 #   bench     the benchmarks
 #   coverage  measuring what the tests reach
 #   arm64     running what was built for 64-bit Arm
@@ -35,6 +36,7 @@ for purpose; do
         ;;
     tests) packages="$packages libclang-rt-dev googletest pkg-config parallel help2man" ;;
     browser) unless_found chromium chromium chromium-browser google-chrome ;;
+    desktop) packages="$packages pkg-config libxcb1-dev libxcb-ewmh-dev libsqlite3-dev" ;;
     bench) packages="$packages catch2 libasio-dev libuv1-dev python3-sklearn" ;;
     arm64) packages="$packages qemu-user-static" ;;
     coverage) packages="$packages llvm" ;;

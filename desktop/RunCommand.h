@@ -1,0 +1,6 @@
+#pragma once
+
+#include "tools/common/Verb.h"
+
+// ksbrain-desktop run: the daemon.
+Verb makeRunVerb();

@@ -64,6 +64,7 @@ bool mayBeRead(const Mapping& mapping, const std::string& home) {
 // Pages of one file that processes have, while they are gathered.
 struct Gathered {
     uint64_t inode;
+    bool mayBeRead;  // by at least one of its mappings
     std::vector<uint32_t> pages;
 };
 
@@ -94,11 +95,12 @@ void gather(pid_t process, const std::string& home, std::map<std::string, Gather
     std::string line;
     while (pagemap >= 0 && std::getline(maps, line)) {
         const std::optional<Mapping> mapping = parseMapping(line);
-        if (!mapping || !mayBeRead(*mapping, home)) continue;
+        if (!mapping) continue;
         const auto found = files.find(mapping->path);
         if (found == files.end() && files.size() == MOST_FILES) continue;
         Gathered& file = found != files.end() ? found->second : files[mapping->path];
         file.inode = mapping->inode;
+        file.mayBeRead |= mayBeRead(*mapping, home);
         gatherPages(pagemap, *mapping, file.pages);
     }
     if (pagemap >= 0) close(pagemap);
@@ -130,6 +132,7 @@ std::vector<FileNeed> mappedFiles(const std::vector<pid_t>& processes, const std
 
     std::vector<FileNeed> needs;
     for (auto& [path, file] : files) {
+        if (!file.mayBeRead) continue;
         const OpenFile now(path);
         if (now.descriptor() < 0 || now.state().inode != file.inode || file.pages.empty()) continue;
         const auto pages = static_cast<uint64_t>(now.state().size) / PAGE_BYTES + 1;

@@ -1,0 +1,161 @@
+#include "desktop/ProcessFiles.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+
+#include "desktop/OwnFolders.h"
+#include "desktop/test/CachedFile.h"
+#include "platform/testing/TempDir.h"
+
+namespace {
+
+using ::testing::Contains;
+using ::testing::Not;
+
+// A process that has mapped files and sleeps until the end, with a child of its own that has too.
+class Mapper {
+  public:
+    // Each maps its file with these rights and touches the pages; written ones become its own.
+    struct Work {
+        std::string path;
+        int rights;
+        std::vector<uint32_t> touched;
+        std::vector<uint32_t> written;
+    };
+
+    Mapper(const Work& own, const Work& childs) {
+        int ready[2];
+        EXPECT_EQ(0, pipe(ready));
+        mProcess = fork();
+        if (mProcess == 0) {
+            const pid_t child = fork();
+            setpgid(0, 0);
+            doWork(child == 0 ? childs : own);
+            EXPECT_EQ(1, write(ready[1], "x", 1));
+            while (true) pause();
+        }
+        char both[2];
+        for (char& one : both) EXPECT_EQ(1, read(ready[0], &one, 1));
+        close(ready[0]);
+        close(ready[1]);
+    }
+    ~Mapper() {
+        for (const pid_t process : processTree(mProcess)) kill(process, SIGKILL);
+        waitpid(mProcess, nullptr, 0);
+    }
+
+    pid_t process() const { return mProcess; }
+
+  private:
+    static void doWork(const Work& work) {
+        const int file = open(work.path.c_str(), O_RDONLY);
+        const size_t length = 400 * PAGE_BYTES;
+        const auto memory =
+            static_cast<volatile char*>(mmap(nullptr, length, work.rights, MAP_PRIVATE, file, 0));
+        madvise(const_cast<char*>(memory), length, MADV_RANDOM);  // nothing around a page
+        for (const uint32_t page : work.touched) (void)memory[page * PAGE_BYTES];
+        for (const uint32_t page : work.written) memory[page * PAGE_BYTES] = 'y';
+    }
+
+    pid_t mProcess;
+};
+
+// Whether the page of the file is among the needs.
+bool isNeeded(const std::string& path, uint32_t page, const std::vector<FileNeed>& needs) {
+    for (const FileNeed& need : needs) {
+        if (need.path != path) continue;
+        for (const PageRange& range : need.pages) {
+            if (page >= range.first && page - range.first < range.count) return true;
+        }
+    }
+    return false;
+}
+
+TEST(ProcessFilesTest, FindsWhatAProcessAndItsChildHaveTouched) {
+    const TempDir directory;
+    const CachedFile program(directory.path() + "/program", 400);
+    const CachedFile document(directory.path() + "/document", 400);
+    // Dropped from the cache: the kernel maps what it finds there around a page, up to a block of
+    // 16 pages.
+    if (!program.dropFromCache()) GTEST_SKIP() << "the file system is memory";
+    const Mapper mapper({program.path(), PROT_READ | PROT_EXEC, {3, 100}, {}},
+                        {program.path(), PROT_READ | PROT_WRITE | PROT_EXEC, {}, {200, 399}});
+    const Mapper reader({document.path(), PROT_READ, {1}, {}},
+                        {document.path(), PROT_READ, {1}, {}});
+
+    const std::vector<pid_t> processes = processTree(mapper.process());
+    EXPECT_EQ(2, processes.size());
+    const std::vector<FileNeed> needs = mappedFiles(processes, "");
+    for (const uint32_t page : {3U, 100U, 200U, 399U}) {
+        EXPECT_TRUE(isNeeded(program.path(), page, needs)) << page;
+    }
+    for (const uint32_t page : {50U, 150U, 250U, 350U}) {
+        EXPECT_FALSE(isNeeded(program.path(), page, needs)) << page;
+    }
+    EXPECT_EQ(programOf(getpid()), programOf(mapper.process()));
+    EXPECT_TRUE(isNeeded(programOf(getpid()), 0, needs)) << "the program itself";
+
+    EXPECT_FALSE(isNeeded(document.path(), 1, mappedFiles(processTree(reader.process()), "")))
+        << "what lies in a place for passing things is no program's";
+}
+
+TEST(ProcessFilesTest, LeavesOutFilesThatWereReplaced) {
+    const TempDir directory;
+    const CachedFile library(directory.path() + "/library", 400);
+    const Mapper mapper({library.path(), PROT_READ | PROT_EXEC, {3}, {}},
+                        {library.path(), PROT_READ | PROT_EXEC, {3}, {}});
+    const CachedFile update(directory.path() + "/update", 400);
+    ASSERT_EQ(0, rename(update.path().c_str(), library.path().c_str()));
+    EXPECT_FALSE(isNeeded(library.path(), 3, mappedFiles(processTree(mapper.process()), "")));
+}
+
+TEST(ProcessFilesTest, TakesProcessesThatVanish) {
+    pid_t gone;
+    {
+        const TempDir directory;
+        const CachedFile file(directory.path() + "/file", 400);
+        gone =
+            Mapper({file.path(), PROT_READ, {1}, {}}, {file.path(), PROT_READ, {1}, {}}).process();
+    }
+    EXPECT_TRUE(mappedFiles(processTree(gone), "").empty());
+    EXPECT_EQ(0, bytesFromDisk({gone}));
+    EXPECT_EQ("", programOf(gone));
+
+    // While they are looked at.
+    for (int i = 0; i < 50; ++i) {
+        const pid_t child = fork();
+        if (child == 0) _exit(0);
+        const std::vector<pid_t> tree = processTree(getpid());
+        mappedFiles(tree, "");
+        waitpid(child, nullptr, 0);
+    }
+}
+
+TEST(OwnFoldersTest, FollowTheProgramsName) {
+    EXPECT_THAT(ownFolders("/usr/bin/gimp-2.10"), Contains("/usr/share/gimp"));
+    const std::vector<std::string> office = ownFolders("/usr/lib/libreoffice/program/soffice.bin");
+    EXPECT_THAT(office, Contains("/usr/lib/libreoffice"));
+    EXPECT_THAT(office, Contains("/etc/libreoffice"));
+    EXPECT_THAT(office, Contains("/usr/share/soffice"));
+    EXPECT_THAT(ownFolders("/usr/lib/x86_64-linux-gnu/thunar/helper"),
+                Not(Contains("/usr/share/x86_64-linux-gnu")));
+    EXPECT_TRUE(ownFolders("/bin/sh").empty()) << "too short to be anybody's name";
+}
+
+TEST(FileNeedTest, OpensRegularFilesOnly) {
+    const TempDir directory;
+    const std::string pipe = directory.path() + "/pipe";
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    for (const std::string& path :
+         {pipe, directory.path(), std::string("/dev/zero"), directory.path() + "/none"}) {
+        EXPECT_LT(OpenFile(path).descriptor(), 0) << path;
+    }
+}
+
+}  // namespace

@@ -13,6 +13,7 @@
 # make fuzz, faults, soak, coverage   attack the engine and measure what its tests reach (cmake/attack.mk)
 # make kills       kill running replays 300 times (KILLS=N) and judge what each next start finds
 # make install-tools   the program with its manual and completion, below PREFIX
+# make install-desktop   the host for the desktop and its systemd unit, below PREFIX
 # make pictures    the README's pictures, from the demo's trace
 # make format      lay the code out anew
 # make clean
@@ -31,7 +32,7 @@ BUILD := build$(if $(SANITIZE),-$(subst $(comma),-,$(SANITIZE)))
 JOBS := $(shell nproc)
 
 .PHONY: build desktop tests test engine-tests test-engine demo everything lint bench stress kills pictures format clean \
-    arm64 engine-arm64 test-arm64 test-engine-arm64 install install-tools
+    arm64 engine-arm64 test-arm64 test-engine-arm64 install install-tools install-desktop
 
 # configure-and-build(FOLDER,OPTIONS,TARGETS)
 define configure-and-build
@@ -120,6 +121,9 @@ test-engine-arm64: engine-arm64
 
 install: build
 	@DESTDIR=$(DESTDIR) cmake --install $(BUILD) --prefix $(PREFIX)
+
+install-desktop: desktop
+	@DESTDIR=$(DESTDIR) cmake --install $(BUILD) --prefix $(PREFIX) --component desktop
 
 install-tools: tests
 	@DESTDIR=$(DESTDIR) cmake --install $(BUILD) --prefix $(PREFIX) --component tools

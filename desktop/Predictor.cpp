@@ -2,10 +2,14 @@
 
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include "brain/BrainMainApi.h"
 #include "platform/workstation/SettableEnvironment.h"
+#include "tools/common/EngineLog.h"
 #include "tools/serve/HostEvent.h"
 
 namespace {
@@ -27,6 +31,7 @@ void deliver(sp<HostEvent>& event) {
 EnginePredictor::EnginePredictor(const std::string& directory) {
     environment::setDataDirectory(directory);
     environment::setSync([](int descriptor) { return fsync(descriptor) == 0; });
+    silenceEngineLog();  // it is for a phone's log; what its user has to know is said below
     if (brain_main_init(nullptr) != 0) throw std::runtime_error("the engine cannot be started");
 }
 
@@ -56,6 +61,14 @@ void EnginePredictor::opened(const std::string& name) {
         mInstalledChanged = false;
     }
     deliver(event);
+    complain();
+}
+
+void EnginePredictor::complain() {
+    const std::optional<environment::StorageFailure> failure = environment::storageFailure();
+    if (!failure || std::exchange(mComplained, true)) return;
+    fprintf(stderr, "%s cannot be read or written: %s; the engine goes on without\n",
+            failure->path.c_str(), strerror(failure->error));
 }
 
 std::vector<std::string> EnginePredictor::predict() {

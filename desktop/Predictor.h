@@ -24,8 +24,8 @@ class Predictor {
 // The engine, in this process. There is one at a time.
 class EnginePredictor : public Predictor {
   public:
-    // The engine keeps its files in the directory. Throws std::runtime_error when it cannot be
-    // started.
+    // The engine keeps its files in the directory; when it cannot, that is said once on standard
+    // error. Throws std::runtime_error when it cannot be started.
     explicit EnginePredictor(const std::string& directory);
     ~EnginePredictor() override;
 
@@ -35,8 +35,11 @@ class EnginePredictor : public Predictor {
     std::vector<std::string> predict() override;
 
   private:
+    void complain();
+
     std::vector<std::string> mInstalled;
     bool mInstalledChanged = false;
+    bool mComplained = false;
 };
 
 // The simplest rule, to compare with: always those that have been opened most often.

@@ -1,6 +1,7 @@
 #include "desktop/RunCommand.h"
 
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -93,6 +94,7 @@ class Loop {
 };
 
 int run(Options& options) {
+    umask(077);  // what a person opens is nobody else's business
     const StateDirectory state(options.state.empty() ? StateDirectory::usual() : options.state);
     Applications applications;
     std::unique_ptr<FrontSource> source;

@@ -1,6 +1,7 @@
 #include "desktop/StatusCommand.h"
 
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "desktop/NeedsStore.h"

@@ -32,8 +32,10 @@ void writeOutput(const std::string& text) {
 }
 
 void printError(const std::string& message) {
-    const std::string prefix = beginsWithPlace(message)
-                                   ? ""
-                                   : coloured("ksbrain: error:", Colour::RED, STDERR_FILENO) + ' ';
+    std::string prefix;
+    if (!beginsWithPlace(message)) {
+        const std::string program = program_invocation_short_name;
+        prefix = coloured(program + ": error:", Colour::RED, STDERR_FILENO) + ' ';
+    }
     fprintf(stderr, "%s%s\n", prefix.c_str(), message.c_str());
 }

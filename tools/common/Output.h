@@ -15,5 +15,6 @@ class OutputClosed : public std::runtime_error {
 void writeOutput(const std::string& text);
 
 // Prints an error as one line on standard error. A message that begins with its place, "FILE:LINE:
-// ", stays as it is, so that editors find the place; any other begins with "ksbrain: error: ".
+// ", stays as it is, so that editors find the place; any other begins with the program, "ksbrain:
+// error: ".
 void printError(const std::string& message);

@@ -34,7 +34,10 @@ for purpose; do
         unless_found nodejs node
         unless_found npm npm
         ;;
-    tests) packages="$packages libclang-rt-dev googletest pkg-config parallel help2man" ;;
+    tests)
+        packages="$packages libclang-rt-dev googletest pkg-config parallel help2man
+            xvfb openbox xdotool xterm"
+        ;;
     browser) unless_found chromium chromium chromium-browser google-chrome ;;
     desktop) packages="$packages pkg-config libxcb1-dev libxcb-ewmh-dev libsqlite3-dev" ;;
     bench) packages="$packages catch2 libasio-dev libuv1-dev python3-sklearn" ;;

@@ -10,6 +10,7 @@
 namespace {
 
 constexpr size_t ALL = 100'000;
+constexpr int MOST_PAUSES = 5;
 constexpr uint64_t WARM_PART = 10;  // of what it needs, at most one such part came from the disk
 
 std::string mebibytes(uint64_t bytes) {
@@ -140,6 +141,7 @@ void Daemon::recordNeeds() {
 }
 
 void Daemon::beginReading() {
+    mPauses = 0;
     mPreloader.begin(mIsCharging ? mOptions.budget : mOptions.batteryBudget);
     size_t places = mOptions.places;
     for (const std::string& name : mNext) {
@@ -165,6 +167,7 @@ void Daemon::readMore() {
             return endReading("stopped, others wait for memory");
         case Preloader::State::IO_PRESSURE:
             ++mTotals.stopped;
+            if (mPauses < MOST_PAUSES) return pause();
             return endReading("stopped, others wait for the disk");
         case Preloader::State::IDLE:
         case Preloader::State::READING:
@@ -172,13 +175,26 @@ void Daemon::readMore() {
     }
 }
 
+// What others want from the disk is mostly over soon, as when the window in front has just come.
+void Daemon::pause() {
+    ++mPauses;
+    mIsPaused = true;
+    say("paused, others wait for the disk");
+}
+
+void Daemon::resume() {
+    mIsPaused = false;
+    mPreloader.resume();
+}
+
 void Daemon::stop(const char* reason) {
-    if (!isReading()) return;
+    if (!isReading() && !mIsPaused) return;
     mPreloader.stop();
     endReading(std::string("stopped, ") + reason);
 }
 
 void Daemon::endReading(const std::string& how) {
+    mIsPaused = false;
     for (const auto& [app, bytes] : mPreloader.bytesReadByApp()) mReadAhead[app] += bytes;
     mReady.insert(mPreloader.completed().begin(), mPreloader.completed().end());
     for (const auto& [app, path] : mPreloader.changedFiles()) {

@@ -26,6 +26,7 @@ struct DaemonOptions {
 //                predictor learns, and says what may come next
 //     settled()  it has been there for a while: what it needs is recorded, and reading ahead begins
 //     readMore() as long as isReading()
+//     resume()   a while after others have waited for the disk, when isPaused()
 class Daemon {
   public:
     Daemon(const DaemonOptions& options, Predictor& predictor, NeedsStore& store,
@@ -43,6 +44,9 @@ class Daemon {
     bool isReading() const { return mPreloader.state() == Preloader::State::READING; }
     void readMore();
 
+    bool isPaused() const { return mIsPaused; }
+    void resume();
+
     // Gives up what is being read.
     void stop(const char* reason);
 
@@ -54,6 +58,7 @@ class Daemon {
     void predict();
     void recordNeeds();
     void beginReading();
+    void pause();
     void endReading(const std::string& how);
     void say(const std::string& line) const;
 
@@ -70,6 +75,8 @@ class Daemon {
     std::vector<std::string> mNext;           // of the last prediction, but for the front
     std::set<std::string> mInstalled;
     bool mIsCharging = true;
+    bool mIsPaused = false;
+    int mPauses = 0;  // since reading began
     // By application, until it is launched.
     std::map<std::string, uint64_t> mReadAhead;  // bytes
     std::set<std::string> mReady;                // all its files were gone through

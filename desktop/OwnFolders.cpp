@@ -6,12 +6,16 @@
 #include <filesystem>
 #include <set>
 
+#include "platform/workstation/SettableEnvironment.h"
+
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr size_t MOST_LOOKED_AT = 5000;
-constexpr uint64_t MOST_BYTES = 64 << 20;
+constexpr time_t A_DAY = 25 * 60 * 60;  // and some
+constexpr size_t MOST_LOOKED_AT = 10'000;
+constexpr size_t MOST_FILES = 1000;
+constexpr uint64_t MOST_BYTES = 32 << 20;
 constexpr size_t SHORTEST_NAME = 3;
 
 bool isLater(const timespec& a, const timespec& b) {
@@ -46,19 +50,25 @@ std::set<std::string> namesOf(const fs::path& program) {
     return names;
 }
 
-// Adds the file if the rule counts it.
-void add(const fs::path& path, std::vector<FileNeed>& files, uint64_t& bytes) {
-    struct stat status {};
-    if (lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0)
-        return;
-    if (!isLater(status.st_atim, status.st_ctim)) return;
-    const auto size = static_cast<uint64_t>(status.st_size);
-    if (bytes + size > MOST_BYTES) return;
-    const OpenFile file(path);
-    if (file.descriptor() < 0) return;
-    bytes += size;
-    const auto pages = static_cast<uint32_t>((size + PAGE_BYTES - 1) / PAGE_BYTES);
-    files.push_back({path, file.state(), placeOnDisk(file.descriptor(), 0), {{0, pages}}});
+struct ReadFile {
+    std::string path;
+    timespec read;
+};
+
+// The regular files below the folder that have been read of late.
+void findRead(const std::string& folder, time_t since, size_t& lookedAt,
+              std::vector<ReadFile>& found) {
+    std::error_code error;
+    fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied,
+                                           error);
+    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+        if (++lookedAt > MOST_LOOKED_AT) return;
+        struct stat status {};
+        if (lstat(entry->path().c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
+        const bool counts = isLater(status.st_atim, status.st_ctim) &&
+                            status.st_atim.tv_sec >= since && status.st_size > 0;
+        if (counts) found.push_back({entry->path(), status.st_atim});
+    }
 }
 
 }  // namespace
@@ -78,17 +88,27 @@ std::vector<std::string> ownFolders(const std::string& program) {
 }
 
 std::vector<FileNeed> filesOfOwnFolders(const std::string& program) {
-    std::vector<FileNeed> files;
-    uint64_t bytes = 0;
+    std::vector<ReadFile> found;
     size_t lookedAt = 0;
     for (const std::string& folder : ownFolders(program)) {
-        std::error_code error;
-        fs::recursive_directory_iterator entry(
-            folder, fs::directory_options::skip_permission_denied, error);
-        for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-            if (++lookedAt > MOST_LOOKED_AT) return files;
-            add(entry->path(), files, bytes);
-        }
+        findRead(folder, environment::now() - A_DAY, lookedAt, found);
+    }
+    std::sort(found.begin(), found.end(),
+              [](const ReadFile& a, const ReadFile& b) { return isLater(a.read, b.read); });
+
+    std::vector<FileNeed> files;
+    uint64_t left = MOST_BYTES;
+    for (const ReadFile& one : found) {
+        const OpenFile file(one.path);
+        const uint64_t pages =
+            (static_cast<uint64_t>(file.state().size) + PAGE_BYTES - 1) / PAGE_BYTES;
+        if (file.descriptor() < 0 || pages == 0 || pages * PAGE_BYTES > left) continue;
+        if (files.size() == MOST_FILES) break;
+        left -= pages * PAGE_BYTES;
+        files.push_back({one.path,
+                         file.state(),
+                         placeOnDisk(file.descriptor(), 0),
+                         {{0, static_cast<uint32_t>(pages)}}});
     }
     return files;
 }

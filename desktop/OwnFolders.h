@@ -10,12 +10,12 @@
 //
 // The folders of a program are /usr/share/NAME, /usr/lib/NAME, /usr/lib/TRIPLET/NAME,
 // /usr/libexec/NAME, /etc/NAME and /opt/NAME, where NAME is its file's name up to the first '-' or
-// '.', or the folder below /usr/lib that it lies in. Of their files those count that have been
-// read since they were installed: whose time of access is later than that of their last change.
-// (The file systems of desktops keep that much of the times of access; mounted without, none
-// counts.)
+// '.', or the folder below /usr/lib that it lies in. Of their files those count that were read
+// since they were installed and within the last day, by their times of access. Whatever a program
+// read when it was launched just now is among them: file systems note an access at least once a day
+// (relatime). Where none is noted, no file counts.
 
-// At most some thousand files are looked at, and some MiB taken.
+// A thousand files and 32 MiB at most, those read last first.
 std::vector<FileNeed> filesOfOwnFolders(const std::string& program);
 
 // The folders that the rule names for a program, whether they are there or not.

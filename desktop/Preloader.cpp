@@ -37,17 +37,15 @@ Preloader::~Preloader() {
 }
 
 void Preloader::begin(uint64_t budget) {
-    mState = State::READING;
     mBudget = budget;
     mItems.clear();
     mFile.reset();
-    mSinceLook = LOOK_BYTES;  // before anything is read
     mPlannedBytes = 0;
     mBytesRead = 0;
     mByApp.clear();
     mCompleted.clear();
     mChanged.clear();
-    mPressure.begin();
+    resume();
 }
 
 void Preloader::plan(const std::string& app, std::vector<FileNeed> files) {
@@ -56,6 +54,12 @@ void Preloader::plan(const std::string& app, std::vector<FileNeed> files) {
     std::stable_sort(files.begin(), files.end(),
                      [](const FileNeed& a, const FileNeed& b) { return a.place < b.place; });
     for (FileNeed& file : files) mItems.push_back({app, std::move(file)});
+}
+
+void Preloader::resume() {
+    mState = State::READING;
+    mSinceLook = LOOK_BYTES;  // look before anything is read
+    mPressure.begin();
 }
 
 Preloader::State Preloader::step() {

@@ -33,6 +33,10 @@ class Preloader {
     State step();
 
     void stop() { mState = State::IDLE; }
+
+    // Goes on where pressure has stopped it.
+    void resume();
+
     State state() const { return mState; }
 
     // Since begin(): what was asked for, in all; and by application, what came from the disk.

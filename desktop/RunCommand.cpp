@@ -24,6 +24,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr std::chrono::seconds PAUSE(1);
+
 struct Options {
     std::string state;
     bool fromInput = false;
@@ -47,12 +49,13 @@ class Loop {
         mDaemon.setRunning(mSource.running());
         while (interruptSignal() == 0) {
             takeChanges();
-            if (mSettlesAt && Clock::now() >= *mSettlesAt) {
-                mSettlesAt.reset();
-                mDaemon.settled();
+            if (mWakesAt && Clock::now() >= *mWakesAt) {
+                mWakesAt.reset();
+                mDaemon.isPaused() ? mDaemon.resume() : mDaemon.settled();
             }
             if (mDaemon.isReading()) mDaemon.readMore();
-            if (mSource.ended() && !mSettlesAt && !mDaemon.isReading()) break;
+            if (mDaemon.isPaused() && !mWakesAt) mWakesAt = Clock::now() + PAUSE;
+            if (mSource.ended() && !mWakesAt && !mDaemon.isReading()) break;
             wait();
         }
         mDaemon.stop("the daemon ends");
@@ -61,7 +64,7 @@ class Loop {
   private:
     void takeChanges() {
         while (const std::optional<FrontApplication> app = mSource.next()) {
-            if (mDaemon.front(*app, mSource.running())) mSettlesAt = Clock::now() + mSettle;
+            if (mDaemon.front(*app, mSource.running())) mWakesAt = Clock::now() + mSettle;
         }
         if (mPower.changed()) mDaemon.setCharging(mPower.charging());
         if (mApplications.reload()) mDaemon.setInstalled(mApplications.names());
@@ -72,9 +75,9 @@ class Loop {
         int timeout = -1;
         if (mDaemon.isReading()) {
             timeout = 0;
-        } else if (mSettlesAt) {
+        } else if (mWakesAt) {
             const auto left =
-                std::chrono::ceil<std::chrono::milliseconds>(*mSettlesAt - Clock::now());
+                std::chrono::ceil<std::chrono::milliseconds>(*mWakesAt - Clock::now());
             timeout = static_cast<int>(std::max<int64_t>(0, left.count()));
         }
         // A negative descriptor is passed over.
@@ -90,7 +93,7 @@ class Loop {
     Applications& mApplications;
     Daemon& mDaemon;
     PowerSupply mPower;
-    std::optional<Clock::time_point> mSettlesAt;
+    std::optional<Clock::time_point> mWakesAt;  // when the front has settled, or a pause is over
 };
 
 int run(Options& options) {

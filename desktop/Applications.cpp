@@ -33,14 +33,14 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
-// Empty when it is no regular file, or one that no entry would be.
+// Empty when it is larger than an entry would be, or holds what none does. What has no size, a
+// device or a pipe, gives nothing.
 std::string contentOf(const std::string& path) {
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0) return "";
     std::string content;
     struct stat status {};
-    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
-        status.st_size <= static_cast<off_t>(MAX_FILE)) {
+    if (fstat(descriptor, &status) == 0 && status.st_size <= static_cast<off_t>(MAX_FILE)) {
         content.resize(static_cast<size_t>(status.st_size));
         const ssize_t count = read(descriptor, content.data(), content.size());
         content.resize(count > 0 ? static_cast<size_t>(count) : 0);

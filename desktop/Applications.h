@@ -22,6 +22,7 @@ class Applications {
 
     // All of them, sorted.
     std::vector<std::string> names() const { return {mNames.begin(), mNames.end()}; }
+    bool has(const std::string& name) const { return mNames.count(name) != 0; }
 
     // The application of a window whose WM_CLASS is this. In this order, and whatever the case of
     // the letters, it is the one whose entry names the instance (as for a page that was made an

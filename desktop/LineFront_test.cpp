@@ -50,13 +50,13 @@ TEST_F(LineFrontTest, PassesOverWhatItCannotUse) {
     EXPECT_EQ(after(std::string(4096, 'l') + "\n").size(), 103);  // a long name is cut
     EXPECT_EQ(after(std::string(4097, 'l') + "\nnext\n"), "next 0,");
     for (int i = 0; i < 5; ++i) EXPECT_EQ(after(std::string(5000, 'l')), "");
-    EXPECT_EQ(after(std::string(" rest\n\0 7\n", 10)), "_ 7,");
+    EXPECT_EQ(after(std::string(" rest\n\0 7\nx y\n", 14)), "_ 7,");
     const std::string unused = " is neither \"NAME\" nor \"NAME PID\" and is passed over\n";
     const std::string tooLong = ": the line is longer than 4,096 bytes and is passed over\n";
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "stdin:1: \"a b\"" + unused + "stdin:2: \"a -1\"" + unused + "stdin:3: \"a 0\"" +
                   unused + "stdin:4: \"a 99999999999\"" + unused + "stdin:5: \"?[1m ?\"" + unused +
-                  "stdin:8" + tooLong + "stdin:10" + tooLong);
+                  "stdin:8" + tooLong + "stdin:10" + tooLong + "stdin:12: \"x y\"" + unused);
 }
 
 TEST_F(LineFrontTest, KnowsWhoRunsByTheLastProcess) {

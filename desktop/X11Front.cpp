@@ -17,6 +17,8 @@ namespace {
 constexpr uint32_t MAX_TEXT = 1024;
 constexpr uint32_t MAX_WINDOWS = 4096;
 
+constexpr int PATIENCE = 100;  // an office's documents have their class after some ten changes
+
 struct Free {
     void operator()(void* memory) const { free(memory); }
 };
@@ -69,6 +71,13 @@ bool X11Front::hasWindowManager() {
 void X11Front::watch(xcb_window_t window, bool properties) {
     const uint32_t events = properties ? XCB_EVENT_MASK_PROPERTY_CHANGE : XCB_EVENT_MASK_NO_EVENT;
     xcb_change_window_attributes(mConnection.get(), window, XCB_CW_EVENT_MASK, &events);
+    xcb_flush(mConnection.get());
+}
+
+void X11Front::forgetUnsettled() {
+    if (mUnsettled == XCB_WINDOW_NONE) return;
+    watch(mUnsettled, false);
+    mUnsettled = XCB_WINDOW_NONE;
 }
 
 void X11Front::requireConnection() const {
@@ -82,8 +91,9 @@ void X11Front::takeEvents() {
         if ((event->response_type & 0x7f) != XCB_PROPERTY_NOTIFY) continue;
         const auto* const notice = reinterpret_cast<xcb_property_notify_event_t*>(event.get());
         const bool isOfRoot = notice->window == mRoot && notice->atom == mAtoms._NET_ACTIVE_WINDOW;
-        const bool isOfWindow = notice->window == mClassless && notice->atom == XCB_ATOM_WM_CLASS;
-        mHasChanged = mHasChanged || isOfRoot || isOfWindow;
+        const bool isOfWindow = notice->window == mUnsettled;
+        mHasChanged = mHasChanged || isOfRoot || (isOfWindow && notice->atom == XCB_ATOM_WM_CLASS);
+        if (isOfWindow && --mPatience == 0) watch(mUnsettled, false);
     }
     requireConnection();
 }
@@ -101,27 +111,22 @@ std::optional<FrontApplication> X11Front::look() {
     const std::vector<uint32_t> active =
         numbersOf(askFor(mRoot, mAtoms._NET_ACTIVE_WINDOW, sizeof(uint32_t)));
     const xcb_window_t window = active.empty() || active[0] == mRoot ? XCB_WINDOW_NONE : active[0];
-    if (mClassless != XCB_WINDOW_NONE && mClassless != window) {
-        watch(mClassless, false);
-        mClassless = XCB_WINDOW_NONE;
-    }
+    if (mUnsettled != window) forgetUnsettled();
     if (window == XCB_WINDOW_NONE) return std::nullopt;
 
-    // Windows change their properties all the time, with each key that is typed: only one whose
-    // class is missing is watched, and looked at again since the class may have come meanwhile.
+    // Windows change their properties all the time, with each key that is typed: only one that is
+    // not known is watched for a while, and looked at again since its class may have come
+    // meanwhile.
     Answer found = answer(ask(window));
-    if (found.app.name.empty() && mClassless != window) {
+    if (found.isPanel) return std::nullopt;
+    if (mUnsettled != window && !mApplications.has(found.app.name)) {
         watch(window, true);
-        mClassless = window;
+        mUnsettled = window;
+        mPatience = PATIENCE;
         found = answer(ask(window));
     }
+    if (mApplications.has(found.app.name)) forgetUnsettled();
     if (found.app.name.empty()) return std::nullopt;
-    if (mClassless == window) {
-        watch(window, false);
-        xcb_flush(mConnection.get());
-        mClassless = XCB_WINDOW_NONE;
-    }
-    if (found.isPanel) return std::nullopt;
     return found.app;
 }
 

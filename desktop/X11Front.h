@@ -25,7 +25,9 @@ class X11Front : public FrontSource {
     int descriptor() const override;
 
     // The first one is what is in front already. A change that was followed by another at once may
-    // be left out. A window without a class (WM_CLASS) counts from when it gets one.
+    // be left out. A window without a class (WM_CLASS) counts from when it gets one. Some windows
+    // come with the class of their toolkit and get their own a moment later: one that belongs to no
+    // application with an entry counts at once, and again with another class.
     std::optional<FrontApplication> next() override;
 
     bool ended() const override { return false; }
@@ -61,6 +63,7 @@ class X11Front : public FrontSource {
     std::optional<FrontApplication> look();
     void takeEvents();
     void watch(xcb_window_t window, bool properties);
+    void forgetUnsettled();
     bool hasWindowManager();
     void requireConnection() const;
     xcb_get_property_cookie_t askFor(xcb_window_t window, xcb_atom_t property, uint32_t maxBytes);
@@ -71,6 +74,7 @@ class X11Front : public FrontSource {
     std::unique_ptr<xcb_connection_t, Disconnect> mConnection;
     Atoms mAtoms;
     xcb_window_t mRoot = XCB_WINDOW_NONE;
-    xcb_window_t mClassless = XCB_WINDOW_NONE;  // in front, and its class is waited for
+    xcb_window_t mUnsettled = XCB_WINDOW_NONE;  // in front, or none; may get another class
+    int mPatience = 0;                          // how many more of its changes are waited for
     bool mHasChanged = true;
 };

@@ -11,6 +11,7 @@
 #include <stdexcept>
 
 #include "desktop/PackageNames.h"
+#include "platform/testing/TempDir.h"
 #include "tools/common/InputError.h"
 
 namespace {
@@ -96,6 +97,15 @@ class X11FrontTest : public ::testing::Test {
         set(mRoot, "_NET_ACTIVE_WINDOW", XCB_ATOM_WINDOW, Numbers{window});
     }
 
+    // Whether a program is told of the window's changes.
+    bool isHeard(xcb_window_t window) {
+        const auto question = xcb_get_window_attributes(mManager, window);
+        auto* const reply = xcb_get_window_attributes_reply(mManager, question, nullptr);
+        const bool result = reply->all_event_masks != 0;
+        free(reply);
+        return result;
+    }
+
     // Waits for what comes next, "NAME PID"; "nothing" when nothing does.
     static std::string next(X11Front& front) {
         for (;;) {
@@ -159,27 +169,35 @@ TEST_F(X11FrontTest, PassesOverWhatIsNoApplication) {
     EXPECT_EQ(next(front), "app 0");
 }
 
-TEST_F(X11FrontTest, WaitsForAClass) {
-    X11Front front(mNone, mDisplay);
+TEST_F(X11FrontTest, WaitsForTheWindowsOwnClass) {
+    const TempDir entries;
+    entries.write("office-writer.desktop", "[Desktop Entry]\nType=Application\n");
+    const Applications applications({entries.path()});
+    X11Front front(applications, mDisplay);
     const xcb_window_t left = makeWindow("");
     const xcb_window_t window = makeWindow("");
-    activate(left);
-    EXPECT_TRUE(isSilent(front));
-    activate(window);
-    EXPECT_TRUE(isSilent(front));
-    setClass(left, "left");
-    set(window, "WM_CLASS", XCB_ATOM_STRING, std::string(2, '\0'));
-    EXPECT_TRUE(isSilent(front));
-    setClass(window, "late");
-    EXPECT_EQ(next(front), "late 0");
-
-    // Nothing is heard of windows that have one: they would wake the caller with each new title.
     for (const xcb_window_t each : {left, window}) {
-        const auto question = xcb_get_window_attributes(mManager, each);
-        auto* const reply = xcb_get_window_attributes_reply(mManager, question, nullptr);
-        EXPECT_EQ(reply->all_event_masks, 0);
-        free(reply);
+        activate(each);
+        EXPECT_TRUE(isSilent(front));
     }
+    setClass(left, "left");
+    setClass(window, "");
+    EXPECT_EQ(next(front), "instance 0");
+    setClass(window, "toolkit");
+    EXPECT_EQ(next(front), "toolkit 0");
+    setClass(window, "office-writer");
+    EXPECT_EQ(next(front), "office_writer 0");
+
+    // Windows that are known, or whose class does not come, would wake the caller with each change.
+    const xcb_window_t stranger = makeWindow("stranger");
+    activate(stranger);
+    EXPECT_EQ(next(front), "stranger 0");
+    EXPECT_TRUE(isHeard(stranger));
+    for (int i = 0; i < 100; ++i) setClass(stranger, "stranger");
+    front.running();
+    EXPECT_EQ(next(front), "stranger 0");
+    EXPECT_TRUE(isSilent(front));
+    for (const xcb_window_t each : {left, window, stranger}) EXPECT_FALSE(isHeard(each));
 }
 
 TEST_F(X11FrontTest, TakesHostileClassesInPart) {

@@ -67,7 +67,7 @@ TEST(PowerSupply, LooksAgainWhenTheKernelSpeaksOfPower) {
     supplies.mFiles.write("supply0/status", "Discharging\n");
     say(std::string_view("change@/disk\0SUBSYSTEM=block", 28));
     EXPECT_FALSE(power.changed());
-    const std::string_view ofPower("change@/battery\0SUBSYSTEM=power_supply\0X=1", 43);
+    const std::string_view ofPower("change@/battery\0SUBSYSTEM=power_supply\0X=1", 42);
     say(ofPower);
     say(std::string(20'000, 'x'));
     EXPECT_TRUE(power.changed());

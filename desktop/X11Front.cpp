@@ -44,8 +44,10 @@ X11Front::X11Front(const Applications& applications, const std::string& display)
         throw InputError("the display " + inQuotes(name) +
                          " cannot be opened: set DISPLAY or use --stdin");
     }
-    if (xcb_ewmh_init_atoms_replies(&mAtoms, xcb_ewmh_init_atoms(mConnection.get(), &mAtoms),
-                                    nullptr) == 0) {
+    xcb_intern_atom_cookie_t* const questions = xcb_ewmh_init_atoms(mConnection.get(), &mAtoms);
+    if (questions == nullptr || xcb_ewmh_init_atoms_replies(&mAtoms, questions, nullptr) == 0) {
+        mAtoms.screens = nullptr;  // what there was is freed
+        mAtoms._NET_WM_CM_Sn = nullptr;
         throw std::runtime_error("the display " + inQuotes(name) + " does not answer");
     }
     mRoot = mAtoms.screens[screen]->root;

@@ -209,7 +209,7 @@ TEST_F(X11FrontTest, TakesHostileClassesInPart) {
     const std::pair<std::string, std::string> cases[] = {
         {std::string(60'000, 'x'), packageNameOf(std::string(1024, 'x'))},
         {"x" + std::string(60'000, '\0') + "y", "x"},
-        {std::string("\0\xff\x1b[m\nclass\0more", 17), "___m_class"},
+        {std::string("\0\xff\x1b[m\nclass\0more", 16), "___m_class"},
     };
     for (const auto& [classes, name] : cases) {
         set(window, "WM_CLASS", XCB_ATOM_STRING, classes);
@@ -249,8 +249,9 @@ TEST_F(X11FrontTest, SaysWhatIsMissing) {
     stopServer();
     EXPECT_THROW(next(front), std::runtime_error);
     EXPECT_THROW(front.running(), std::runtime_error);
-    EXPECT_THROW(X11Front(mNone, mDisplay), InputError);
-    EXPECT_THROW(X11Front(mNone, "nonsense"), InputError);
+    for (const char* const name : {":59999", "nonsense"}) {
+        EXPECT_THROW(X11Front(mNone, name), InputError) << name;
+    }
     unsetenv("DISPLAY");
     EXPECT_THROW(X11Front{mNone}, InputError);
 }

@@ -49,10 +49,10 @@ void Daemon::setCharging(bool charging) {
     mPredictor.setCharging(charging);
 }
 
-bool Daemon::front(const FrontApplication& app, std::set<std::string> running) {
+void Daemon::front(const FrontApplication& app, std::set<std::string> running) {
     if (app.name == mFront.name) {
         mRunning = std::move(running);
-        return false;
+        return;
     }
     stop("the front changed");
     judge(app);
@@ -68,14 +68,23 @@ bool Daemon::front(const FrontApplication& app, std::set<std::string> running) {
     mPredictor.opened(app.name);
     predict();
     mStore.setTotals(mTotals);
-    return true;
+}
+
+// Whether it was not running before. Another application's process launches nothing, as when an
+// office opens another kind of document.
+bool Daemon::isLaunch(const FrontApplication& app) const {
+    const auto known = mProcesses.find(app.name);
+    if (app.process != 0 && known != mProcesses.end()) return known->second != app.process;
+    const bool isOthers = app.process != 0 &&
+                          std::any_of(mProcesses.begin(), mProcesses.end(), [&](const auto& other) {
+                              return other.second == app.process;
+                          });
+    return !isOthers && mRunning.count(app.name) == 0;
 }
 
 // Compares what happened with what was predicted.
 void Daemon::judge(const FrontApplication& app) {
-    const auto known = mProcesses.find(app.name);
-    mIsLaunch = mRunning.count(app.name) == 0 ||
-                (app.process != 0 && known != mProcesses.end() && known->second != app.process);
+    mIsLaunch = isLaunch(app);
     const auto end =
         mNext.begin() + static_cast<ptrdiff_t>(std::min(mNext.size(), mOptions.places));
     const auto place = std::find(mNext.begin(), end, app.name);

@@ -37,9 +37,10 @@ class Daemon {
     void setCharging(bool charging);
     void setRunning(std::set<std::string> names) { mRunning = std::move(names); }
 
-    // `running`: the applications that have a window now. Whether the front is another than before.
-    bool front(const FrontApplication& app, std::set<std::string> running);
+    // `running`: the applications that have a window now.
+    void front(const FrontApplication& app, std::set<std::string> running);
     void settled();
+    const std::string& frontName() const { return mFront.name; }
 
     bool isReading() const { return mPreloader.state() == Preloader::State::READING; }
     void readMore();
@@ -54,6 +55,7 @@ class Daemon {
     Daemon(const Daemon&) = delete;
     Daemon& operator=(const Daemon&) = delete;
 
+    bool isLaunch(const FrontApplication& app) const;
     void judge(const FrontApplication& app);
     void predict();
     void recordNeeds();

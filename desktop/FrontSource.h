@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <optional>
 #include <set>
 #include <string>
@@ -29,6 +30,10 @@ class FrontSource {
 
     // Whether nothing will come any more, as when the input has ended.
     virtual bool ended() const = 0;
+
+    // A change that is followed by another within so long does not count: windows that are passed
+    // over, and those that tell late whose they are.
+    virtual std::chrono::milliseconds hold() const { return std::chrono::milliseconds(0); }
 
     // The names of the applications that run now, as far as the source knows: those with a window.
     virtual std::set<std::string> running() = 0;

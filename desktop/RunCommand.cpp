@@ -19,6 +19,7 @@
 #include "desktop/X11Front.h"
 #include "tools/common/InputError.h"
 #include "tools/common/Interrupt.h"
+#include "tools/common/Output.h"
 
 namespace {
 
@@ -46,13 +47,9 @@ class Loop {
     void run() {
         mDaemon.setInstalled(mApplications.names());
         mDaemon.setCharging(mPower.charging());
-        mDaemon.setRunning(mSource.running());
         while (interruptSignal() == 0) {
             takeChanges();
-            if (mWakesAt && Clock::now() >= *mWakesAt) {
-                mWakesAt.reset();
-                mDaemon.isPaused() ? mDaemon.resume() : mDaemon.settled();
-            }
+            if (mWakesAt && Clock::now() >= *mWakesAt) wake();
             if (mDaemon.isReading()) mDaemon.readMore();
             if (mDaemon.isPaused() && !mWakesAt) mWakesAt = Clock::now() + PAUSE;
             if (mSource.ended() && !mWakesAt && !mDaemon.isReading()) break;
@@ -64,10 +61,28 @@ class Loop {
   private:
     void takeChanges() {
         while (const std::optional<FrontApplication> app = mSource.next()) {
-            if (mDaemon.front(*app, mSource.running())) mWakesAt = Clock::now() + mSettle;
+            if (!mHeld && app->name == mDaemon.frontName()) continue;
+            mDaemon.stop("the front changed");
+            mHeld = app;
+            mWakesAt = Clock::now() + mSource.hold();
+            if (mSource.hold().count() == 0) wake();
         }
         if (mPower.changed()) mDaemon.setCharging(mPower.charging());
         if (mApplications.reload()) mDaemon.setInstalled(mApplications.names());
+    }
+
+    // What was waited for: that the front stays, that it has settled, or that a pause is over.
+    void wake() {
+        mWakesAt.reset();
+        if (mHeld) {
+            mDaemon.front(*mHeld, mSource.running());
+            mHeld.reset();
+            mWakesAt = Clock::now() + mSettle;
+        } else if (mDaemon.isPaused()) {
+            mDaemon.resume();
+        } else {
+            mDaemon.settled();
+        }
     }
 
     // Sleeps until something happens; not at all while there is something to read.
@@ -93,7 +108,8 @@ class Loop {
     Applications& mApplications;
     Daemon& mDaemon;
     PowerSupply mPower;
-    std::optional<Clock::time_point> mWakesAt;  // when the front has settled, or a pause is over
+    std::optional<FrontApplication> mHeld;  // it may not stay
+    std::optional<Clock::time_point> mWakesAt;
 };
 
 int run(Options& options) {
@@ -126,7 +142,9 @@ int run(Options& options) {
     const char* const home = getenv("HOME");
     options.daemon.home = home == nullptr ? "" : home;
     Daemon daemon(options.daemon, *predictor, store, preloader);
+    daemon.setRunning(source->running());
     catchInterrupts();
+    if (options.daemon.isVerbose) writeOutput("watching\n");
     Loop(options, *source, applications, daemon).run();
     return 0;
 }

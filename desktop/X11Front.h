@@ -32,6 +32,8 @@ class X11Front : public FrontSource {
 
     bool ended() const override { return false; }
 
+    std::chrono::milliseconds hold() const override { return std::chrono::milliseconds(250); }
+
     // Those that have a window which the window manager manages.
     std::set<std::string> running() override;
 

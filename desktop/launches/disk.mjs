@@ -1,0 +1,104 @@
+// The disk and what of it is in memory: says what is there, forgets it, and slows the disk down.
+
+import { execFileSync } from 'node:child_process';
+import { existsSync, mkdirSync, readFileSync, readdirSync, rmdirSync, statSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+
+const DROP = '/proc/sys/vm/drop_caches';
+const GROUPS = '/sys/fs/cgroup/blkio';
+const isRoot = process.getuid() === 0;
+
+const linesOf = (path) => readFileSync(path, 'utf8').trim().split('\n');
+
+// Forgets which files are in memory, but for what a running program has mapped. Only root can do so for all
+// files; others do it for those they name.
+export class PageCache {
+    #files = new Set();
+
+    get how() {
+        return isRoot ? 'all of the page cache' : `${this.#files.size} files that the programs map or keep`;
+    }
+
+    // What the processes have mapped is to be forgotten, too, once they have ended.
+    noteMapped(processes) {
+        if (isRoot) return;
+        for (const pid of processes) {
+            try {
+                for (const line of linesOf(`/proc/${pid}/maps`)) {
+                    const path = line.slice(line.indexOf('/'));
+                    if (line.includes(' /') && !path.startsWith('/dev/')) this.#files.add(path);
+                }
+            } catch {
+                // it has ended
+            }
+        }
+    }
+
+    noteFolder(folder) {
+        if (isRoot) return;
+        for (const entry of readdirSync(folder, { recursive: true, withFileTypes: true })) {
+            if (entry.isFile()) this.#files.add(join(entry.parentPath ?? entry.path, entry.name));
+        }
+    }
+
+    drop() {
+        if (isRoot) return writeFileSync(DROP, '1');
+        const files = [...this.#files].filter(existsSync).join('\0');
+        const words = ['-0', '-r', '-P', '2', '-I', '{}', 'dd', 'if={}', 'iflag=nocache', 'count=0', 'status=none'];
+        execFileSync('xargs', words, { input: files, stdio: ['pipe', 'ignore', 'ignore'] });
+    }
+}
+
+// The disk below a folder, as major:minor of the whole and its queue's settings.
+export function diskOf(folder) {
+    const { dev } = statSync(folder);
+    const number = `${(dev >> 8) & 0xfff}:${(dev & 0xff) | ((dev >> 12) & 0xfff00)}`;
+    let system = `/sys/dev/block/${number}`;
+    if (existsSync(join(system, 'partition'))) system = join(system, '..');
+    if (!existsSync(join(system, 'queue'))) return { number, name: 'unknown' };
+    const setting = (name) => linesOf(join(system, name))[0];
+    return {
+        number: setting('dev'),
+        name: /^DEVNAME=(.*)$/m.exec(readFileSync(join(system, 'uevent'), 'utf8'))[1],
+        readAhead: `${setting('queue/read_ahead_kb')} KiB`,
+        scheduler: /\[(.*)\]/.exec(setting('queue/scheduler'))?.[1] ?? setting('queue/scheduler'),
+    };
+}
+
+// MB/s of a long file that is not in memory.
+export function readingSpeed(file, cache) {
+    cache.drop();
+    const begin = performance.now();
+    execFileSync('dd', [`if=${file}`, 'of=/dev/null', 'bs=1M', 'status=none']);
+    return statSync(file).size / 1000 / (performance.now() - begin);
+}
+
+// "MBPS:IOPS", either of which may be left out, as bytes and as reads a second.
+export function parseLimit(text) {
+    const match = /^(\d*)(?::(\d+))?$/.exec(text);
+    if (match === null || (!match[1] && !match[2])) throw new Error(`DISK=${text} is not MBPS:IOPS`);
+    return { bytes: match[1] ? Number(match[1]) * 1e6 : undefined, reads: match[2] ? Number(match[2]) : undefined };
+}
+
+// Slows the disk down for this process and all that it starts from now on, until it ends. By control groups
+// of the first version, where they hold a group's reads to a rate.
+export function limitDisk(text, disk) {
+    const { bytes, reads } = parseLimit(text);
+    const group = join(GROUPS, `launches-${process.pid}`);
+    try {
+        mkdirSync(group);
+        if (bytes) writeFileSync(join(group, 'blkio.throttle.read_bps_device'), `${disk.number} ${bytes}`);
+        if (reads) writeFileSync(join(group, 'blkio.throttle.read_iops_device'), `${disk.number} ${reads}`);
+        writeFileSync(join(group, 'cgroup.procs'), String(process.pid));
+    } catch (error) {
+        throw new Error(`DISK: the disk cannot be limited here: ${error.message}`);
+    }
+    process.on('exit', () => {
+        writeFileSync(join(GROUPS, 'cgroup.procs'), String(process.pid));
+        try {
+            rmdirSync(group);
+        } catch {
+            console.error(`${group} stays: something in it still runs`);
+        }
+    });
+}

@@ -1,0 +1,117 @@
+// launches.mjs BUILD: measures how much sooner programs are there when ksbrain-desktop reads ahead for them,
+// and what that costs. See measure.mjs for how. BUILD is where ksbrain and ksbrain-desktop are built; what
+// comes out lies in BUILD/launches. The environment may say
+//     OPENINGS=60   in each round and way
+//     ROUNDS=3
+//     WAYS=none,engine,most-used,warm
+//     DISK=150:5000 as slow as a disk of 150 MB/s and 5000 reads a second (root, control groups version 1)
+//     PLACES=4 BUDGET=256   what the daemon is run with
+//     SEED=1        another person's habits
+
+import { execFileSync } from 'node:child_process';
+import { existsSync, mkdirSync, readFileSync, realpathSync, rmSync, writeFileSync } from 'node:fs';
+import { cpus, release, totalmem } from 'node:os';
+import { join, resolve } from 'node:path';
+import { PageCache, diskOf, limitDisk, readingSpeed } from './disk.mjs';
+import { Display } from './display.mjs';
+import { IdleDaemon } from './idle.mjs';
+import { DROP_MS, Measurement, SETTLE_MS, STAY_MS, WAYS } from './measure.mjs';
+import { drawPicture } from './picture.mjs';
+import { PROGRAMS } from './programs.mjs';
+import { divide, mapHabits } from './sequence.mjs';
+import { table } from './table.mjs';
+
+const LEARNED = 600; // openings before the first round
+const TRACE = 2_400; // of the person, among them those of other programs
+
+function setting(name, fallback) {
+    const value = Number(process.env[name] || fallback);
+    if (!Number.isInteger(value) || value < 1) throw new Error(`${name}=${process.env[name]} is no number`);
+    return value;
+}
+
+function head(disk, speed, limit, cache, options) {
+    const system = /^PRETTY_NAME="(.*)"$/m.exec(readFileSync('/etc/os-release', 'utf8'))?.[1] ?? 'unknown system';
+    const { openings, rounds, ways, places, budget, seed } = options;
+    return [
+        `${system}, Linux ${release()}, ${cpus().length} processors, ${(totalmem() / 2 ** 30).toFixed(0)} GiB`,
+        `disk ${disk.name}: ${speed.toFixed(0)} MB/s, read ahead by the system ${disk.readAhead}, ` +
+            `scheduler ${disk.scheduler}; ${limit ? `held to ${limit} (MB/s:reads/s)` : 'not slowed down'}`,
+        `dropped between openings: ${cache.how}; window + ${DROP_MS} ms, settled + ${SETTLE_MS} ms, ` +
+            `closed + ${STAY_MS} ms or later`,
+        `${rounds} rounds of ${openings} openings, ${ways.join(', ')}; seed ${seed}, ${LEARNED} openings learned; ` +
+            `${places} places, ${budget} MiB`,
+    ];
+}
+
+async function main() {
+    const build = process.argv[2];
+    if (build === undefined) throw new Error('usage: launches.mjs BUILD');
+    const options = {
+        program: resolve(build, 'ksbrain-desktop'),
+        openings: setting('OPENINGS', 60),
+        rounds: setting('ROUNDS', 3),
+        places: setting('PLACES', 4),
+        budget: setting('BUDGET', 256),
+        seed: setting('SEED', 1),
+        ways: process.env.WAYS ? process.env.WAYS.split(',') : WAYS,
+    };
+    for (const way of options.ways) if (!WAYS.includes(way)) throw new Error(`WAYS: there is no way ${way}`);
+    const withDaemon = options.ways.some((way) => way === 'engine' || way === 'most-used');
+
+    const synth = ['synth', '--quiet', '--openings', String(TRACE), '--seed', String(options.seed)];
+    const trace = execFileSync(resolve(build, 'ksbrain'), synth, { encoding: 'utf8' });
+    const { openings, anHour } = mapHabits(trace, PROGRAMS);
+    const { before, stretches } = divide(openings, LEARNED, options.rounds, options.openings);
+
+    const out = resolve(build, 'launches');
+    const work = join(out, 'work');
+    rmSync(work, { recursive: true, force: true });
+    mkdirSync(work, { recursive: true });
+    const disk = diskOf(work);
+    if (process.env.DISK) limitDisk(process.env.DISK, disk);
+
+    const cache = new PageCache();
+    const display = await Display.open();
+    process.on('exit', () => display.close());
+    const begin = performance.now();
+    const say = (text) => console.error(`${((performance.now() - begin) / 1000).toFixed(0).padStart(5)} s  ${text}`);
+    const measurement = new Measurement(work, display, cache, options, say);
+    await measurement.firstRuns(PROGRAMS);
+    const speed = readingSpeed(longFile(), cache);
+    let idleDaemon;
+    if (withDaemon) {
+        await measurement.learn(PROGRAMS, before);
+        say(`${before.length} openings are learned`);
+        idleDaemon = await IdleDaemon.start(options.program, work, measurement.environment);
+    }
+    const { records, costs } = await measurement.rounds(stretches, PROGRAMS, options.ways);
+    const idle = await idleDaemon?.stop();
+    const lines = head(disk, speed, process.env.DISK, cache, options);
+    const result = { head: lines, ways: options.ways, anHour, idle, costs, records };
+
+    const text = table(result);
+    writeFileSync(join(out, 'launches.json'), `${JSON.stringify(result, null, 1)}\n`);
+    writeFileSync(join(out, 'launches.txt'), `${text}\n`);
+    console.log(text);
+    await drawPicture(result, resolve(build, 'page'), out);
+    rmSync(work, { recursive: true, force: true });
+    for (const record of records) {
+        if (record.needed && record.dropped > SETTLE_MS) throw new Error('a drop came after the daemon began to read');
+    }
+}
+
+// One of the programs, that is long enough to be timed.
+function longFile() {
+    const files = ['/usr/lib/chromium/chromium', '/usr/lib/firefox-esr/libxul.so', process.execPath];
+    return realpathSync(files.find((file) => existsSync(file)));
+}
+
+for (const signal of ['SIGINT', 'SIGTERM']) process.on(signal, () => process.exit(1));
+main().then(
+    () => process.exit(0),
+    (error) => {
+        console.error(error.message);
+        process.exit(1);
+    },
+);

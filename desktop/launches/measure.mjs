@@ -1,0 +1,189 @@
+// The rounds. In each, every way opens the same programs one after the other, from the same start: the
+// programs' HOME as it was after their first run, and for the ways with a daemon a state that has learned
+// all the openings before. An opening goes so:
+//
+//     0            the program is launched; the clock runs until its window is there
+//     + DROP       memory is short: the page cache is dropped, but for what runs, as it would be in life.
+//                  What the programs before have used is gone from now on
+//     + SETTLE     the window has settled: the daemon records what the program needs, and reads ahead
+//     + STAY       the user goes on to something else, or later, as soon as the daemon is done; the program
+//                  is asked to close, and when all of it has ended, the next one is launched
+//
+// The drop lies between one use of a program and the next, and before the daemon reads; what it has read is
+// not dropped before the launch it was meant for. In life a drop can come there too: the daemon would read in
+// vain. The ways wait alike, but that an opening with a daemon lasts until it is done; nothing else runs then.
+// The libraries that a program shares with the one that was open at the drop are never dropped, in any way:
+// a "cold" launch here is as cold as it is next to an open program.
+//
+//     none         no daemon
+//     engine       the daemon as it is
+//     most-used    the daemon with the simple rule for a predictor
+//     warm         no daemon and no drop: everything is in memory
+
+import { execFileSync } from 'node:child_process';
+import { cpSync, mkdirSync, rmSync } from 'node:fs';
+import { join } from 'node:path';
+import { setTimeout as wait } from 'node:timers/promises';
+import { Application } from './application.mjs';
+import { Daemon, statusOf } from './daemon.mjs';
+import { environmentFor, layOutHome } from './programs.mjs';
+import { rotated } from './sequence.mjs';
+
+export const WAYS = ['none', 'engine', 'most-used', 'warm'];
+export const DROP_MS = 300;
+export const SETTLE_MS = 700;
+export const STAY_MS = 1_000;
+const FIRST_RUN_MS = 4_000;
+const CLOSED_MS = 100;
+
+const LEARNERS = { engine: ['--predictor', 'engine'], 'most-used': ['--predictor', 'most-used'] };
+
+export class Measurement {
+    #names = new Map(); // of the programs, as the daemon calls them
+
+    // options: program (ksbrain-desktop), places, budget (MiB). `say` is told what goes on.
+    constructor(folder, display, cache, options, say) {
+        this.folder = folder;
+        this.display = display;
+        this.cache = cache;
+        this.options = options;
+        this.say = say;
+        this.home = join(folder, 'home');
+        const runtime = join(folder, 'runtime');
+        mkdirSync(this.home, { recursive: true });
+        mkdirSync(runtime, { mode: 0o700 });
+        this.environment = environmentFor(this.home, runtime, display.name);
+    }
+
+    #at = (name) => join(this.folder, name);
+
+    #copy(from, to) {
+        rmSync(this.#at(to), { recursive: true, force: true });
+        cpSync(this.#at(from), this.#at(to), { recursive: true, preserveTimestamps: true, verbatimSymlinks: true });
+    }
+
+    #drop() {
+        execFileSync('sync'); // what is not on the disk cannot be dropped
+        this.cache.drop();
+    }
+
+    #daemon(state, words) {
+        const { program, places, budget } = this.options;
+        const all = ['--settle', SETTLE_MS, '--places', places, '--budget', budget, ...words];
+        return Daemon.start(program, this.#at(state), all.map(String), this.environment);
+    }
+
+    // Everything a program does only once.
+    async firstRuns(programs) {
+        layOutHome(this.home);
+        for (const program of programs) {
+            const app = await Application.launch(this.display, program, this.environment);
+            await wait(FIRST_RUN_MS);
+            this.cache.noteMapped(app.processes);
+            const end = await app.close();
+            this.say(`first run of ${program.name}: ${app.milliseconds.toFixed(0)} ms, closed when ${end}`);
+        }
+        this.cache.noteFolder(this.home);
+        this.#copy('home', 'home-kept');
+    }
+
+    // Lets a daemon see each program once, for its name and what it needs; then the openings before the first
+    // round.
+    async learn(programs, before) {
+        this.#copy('home-kept', 'home');
+        const daemon = await this.#daemon('seen', []);
+        for (const program of programs) {
+            this.#drop();
+            const front = daemon.line('front ');
+            const done = daemon.line('read ahead');
+            const app = await Application.launch(this.display, program, this.environment);
+            const name = (await front).split(/[ :,]/)[1];
+            await done;
+            await app.close();
+            this.#names.set(program.name, name);
+        }
+        await daemon.stop();
+        const known = new Set(this.#names.values());
+        if (known.size < programs.length) throw new Error(`two programs have one name: ${[...this.#names]}`);
+        for (const way of Object.keys(LEARNERS)) {
+            this.#copy('seen', `learned-${way}`);
+            await this.#learnMore(way, before);
+        }
+    }
+
+    async #learnMore(way, openings) {
+        const daemon = await this.#daemon(`learned-${way}`, [...LEARNERS[way], '--stdin', '--dry-run']);
+        await daemon.playToEnd(openings.map(({ name }) => this.#names.get(name)));
+    }
+
+    // One record an opening, and one for what each daemon has cost.
+    async rounds(stretches, programs, ways) {
+        const records = [];
+        const costs = [];
+        for (const [round, stretch] of stretches.entries()) {
+            for (const way of rotated(ways, round)) {
+                const begin = performance.now();
+                const cost = await this.#play(way, round, stretch, programs, records);
+                if (cost) costs.push({ way, round, openings: stretch.length, ...cost });
+                const seconds = ((performance.now() - begin) / 1000).toFixed(0);
+                this.say(`round ${round + 1}, ${way}: ${stretch.length} openings in ${seconds} s`);
+            }
+            for (const way of Object.keys(LEARNERS)) {
+                if (ways.includes(way)) await this.#learnMore(way, stretch);
+            }
+        }
+        return { records, costs };
+    }
+
+    async #play(way, round, stretch, programs, records) {
+        this.#copy('home-kept', 'home');
+        if (way === 'warm') {
+            for (const program of programs) await this.#open(program, way);
+        } else {
+            this.#drop();
+        }
+        let daemon;
+        const state = `state-${way}`;
+        if (way in LEARNERS) {
+            this.#copy(`learned-${way}`, state);
+            daemon = await this.#daemon(state, LEARNERS[way]);
+        }
+        const started = daemon?.cost();
+        const before = daemon && statusOf(this.options.program, this.#at(state));
+        for (const [place, program] of stretch.entries()) {
+            records.push({ round, place, way, program: program.name, ...(await this.#open(program, way, daemon)) });
+        }
+        if (!daemon) return undefined;
+        const ended = daemon.cost();
+        const memory = daemon.memory();
+        await daemon.stop();
+        const after = statusOf(this.options.program, this.#at(state));
+        const counted = Object.keys(after).map((key) => [key, after[key] - before[key]]);
+        return {
+            seconds: ended.seconds - started.seconds,
+            wakeUps: ended.wakeUps - started.wakeUps,
+            memory,
+            counted: Object.fromEntries(counted),
+        };
+    }
+
+    async #open(program, way, daemon) {
+        const front = daemon?.line('front ');
+        const needs = daemon?.line('needs ');
+        const done = daemon?.line('read ahead');
+        const app = await Application.launch(this.display, program, this.environment);
+        const shown = performance.now();
+        await wait(DROP_MS);
+        if (way === 'warm') execFileSync('sync');
+        else this.#drop();
+        const dropped = performance.now() - shown;
+        const foreseen = daemon && /number (\d+)/.exec(await front)?.[1];
+        const needed = await needs;
+        const read = await done;
+        await wait(Math.max(0, STAY_MS - (performance.now() - shown)));
+        const end = await app.close();
+        await wait(CLOSED_MS);
+        const { milliseconds } = app;
+        return { milliseconds, dropped, end, foreseen: foreseen && Number(foreseen), needed, read };
+    }
+}

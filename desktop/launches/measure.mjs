@@ -1,6 +1,6 @@
 // The rounds. In each, every way opens the same programs one after the other, from the same start: the
 // programs' HOME as it was after their first run, and for the ways with a daemon a state that has learned
-// all the openings before. An opening goes so:
+// all the openings before, at their times; its clock begins at the time of the first one. An opening goes so:
 //
 //     0            the program is launched; the clock runs until its window is there
 //     + DROP       memory is short: the page cache is dropped, but for what runs, as it would be in life.
@@ -21,10 +21,11 @@
 //     warm         no daemon and no drop: everything is in memory
 
 import { execFileSync } from 'node:child_process';
-import { cpSync, mkdirSync, rmSync } from 'node:fs';
+import { cpSync, mkdirSync, rmSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { setTimeout as wait } from 'node:timers/promises';
 import { Application } from './application.mjs';
+import { clockAt } from './clock.mjs';
 import { Daemon, statusOf } from './daemon.mjs';
 import { environmentFor, layOutHome } from './programs.mjs';
 import { rotated } from './sequence.mjs';
@@ -33,15 +34,15 @@ export const WAYS = ['none', 'engine', 'most-used', 'warm'];
 export const DROP_MS = 300;
 export const SETTLE_MS = 700;
 export const STAY_MS = 1_000;
-const FIRST_RUN_MS = 4_000;
+const FIRST_RUN_MS = 2_500;
 const CLOSED_MS = 100;
 
-const LEARNERS = { engine: ['--predictor', 'engine'], 'most-used': ['--predictor', 'most-used'] };
+const PREDICTORS = ['engine', 'most-used']; // the ways with a daemon
 
 export class Measurement {
     #names = new Map(); // of the programs, as the daemon calls them
 
-    // options: program (ksbrain-desktop), places, budget (MiB). `say` is told what goes on.
+    // options: tool (ksbrain), program (ksbrain-desktop), places, budget (MiB). `say` is told what goes on.
     constructor(folder, display, cache, options, say) {
         this.folder = folder;
         this.display = display;
@@ -62,15 +63,10 @@ export class Measurement {
         cpSync(this.#at(from), this.#at(to), { recursive: true, preserveTimestamps: true, verbatimSymlinks: true });
     }
 
-    #drop() {
-        execFileSync('sync'); // what is not on the disk cannot be dropped
-        this.cache.drop();
-    }
-
-    #daemon(state, words) {
+    #daemon(state, predictor, words, time) {
         const { program, places, budget } = this.options;
-        const all = ['--settle', SETTLE_MS, '--places', places, '--budget', budget, ...words];
-        return Daemon.start(program, this.#at(state), all.map(String), this.environment);
+        const all = ['--predictor', predictor, '--settle', SETTLE_MS, '--places', places, '--budget', budget, ...words];
+        return Daemon.start(program, this.#at(state), all.map(String), clockAt(this.environment, time));
     }
 
     // Everything a program does only once.
@@ -87,13 +83,12 @@ export class Measurement {
         this.#copy('home', 'home-kept');
     }
 
-    // Lets a daemon see each program once, for its name and what it needs; then the openings before the first
-    // round.
-    async learn(programs, before) {
+    // Lets a daemon see each program once, for its name and what it needs.
+    async see(programs) {
         this.#copy('home-kept', 'home');
-        const daemon = await this.#daemon('seen', []);
+        const daemon = await this.#daemon('seen', 'most-used', ['--dry-run']); // the engine learns later
         for (const program of programs) {
-            this.#drop();
+            this.cache.drop();
             const front = daemon.line('front ');
             const done = daemon.line('read ahead');
             const app = await Application.launch(this.display, program, this.environment);
@@ -105,52 +100,56 @@ export class Measurement {
         await daemon.stop();
         const known = new Set(this.#names.values());
         if (known.size < programs.length) throw new Error(`two programs have one name: ${[...this.#names]}`);
-        for (const way of Object.keys(LEARNERS)) {
-            this.#copy('seen', `learned-${way}`);
-            await this.#learnMore(way, before);
-        }
     }
 
-    async #learnMore(way, openings) {
-        const daemon = await this.#daemon(`learned-${way}`, [...LEARNERS[way], '--stdin', '--dry-run']);
-        await daemon.playToEnd(openings.map(({ name }) => this.#names.get(name)));
+    // Leaves a state that has learned the openings: the engine from a replay in the openings' own time, as
+    // if it had run all those days; the simple rule has only to count.
+    async #learn(openings) {
+        this.#copy('seen', 'learned');
+        const names = openings.map(({ program }) => this.#names.get(program.name));
+        const daemon = await this.#daemon('learned', 'most-used', ['--stdin', '--dry-run']);
+        await daemon.playToEnd(names);
+
+        const trace = this.#at('learned.csv');
+        writeFileSync(trace, ['time,package', ...openings.map(({ time }, i) => `${time},${names[i]}`), ''].join('\n'));
+        const engine = this.#at('learned/engine');
+        rmSync(engine, { recursive: true, force: true });
+        const words = ['replay', '--quiet', '--charging', '23:00-07:00', '--data-dir', engine, trace];
+        execFileSync(this.options.tool, words, { env: this.environment, stdio: ['ignore', 'ignore', 'inherit'] });
     }
 
     // One record an opening, and one for what each daemon has cost.
-    async rounds(stretches, programs, ways) {
+    async rounds(stretches, ways) {
         const records = [];
         const costs = [];
-        for (const [round, stretch] of stretches.entries()) {
+        for (const [round, { before, opened }] of stretches.entries()) {
+            if (ways.some((way) => PREDICTORS.includes(way))) await this.#learn(before);
             for (const way of rotated(ways, round)) {
                 const begin = performance.now();
-                const cost = await this.#play(way, round, stretch, programs, records);
-                if (cost) costs.push({ way, round, openings: stretch.length, ...cost });
+                const cost = await this.#play(way, round, opened, records);
+                if (cost) costs.push({ way, round, openings: opened.length, ...cost });
                 const seconds = ((performance.now() - begin) / 1000).toFixed(0);
-                this.say(`round ${round + 1}, ${way}: ${stretch.length} openings in ${seconds} s`);
-            }
-            for (const way of Object.keys(LEARNERS)) {
-                if (ways.includes(way)) await this.#learnMore(way, stretch);
+                this.say(`round ${round + 1}, ${way}: ${opened.length} openings in ${seconds} s`);
             }
         }
         return { records, costs };
     }
 
-    async #play(way, round, stretch, programs, records) {
+    async #play(way, round, opened, records) {
         this.#copy('home-kept', 'home');
-        if (way === 'warm') {
-            for (const program of programs) await this.#open(program, way);
-        } else {
-            this.#drop();
-        }
+        execFileSync('sync'); // what is not on the disk cannot be dropped
+        const programs = new Set(opened.map(({ program }) => program));
+        if (way === 'warm') for (const program of programs) await this.#open(program, way);
+        else this.cache.drop();
         let daemon;
         const state = `state-${way}`;
-        if (way in LEARNERS) {
-            this.#copy(`learned-${way}`, state);
-            daemon = await this.#daemon(state, LEARNERS[way]);
+        if (PREDICTORS.includes(way)) {
+            this.#copy('learned', state);
+            daemon = await this.#daemon(state, way, [], opened[0].time);
         }
         const started = daemon?.cost();
         const before = daemon && statusOf(this.options.program, this.#at(state));
-        for (const [place, program] of stretch.entries()) {
+        for (const [place, { program }] of opened.entries()) {
             records.push({ round, place, way, program: program.name, ...(await this.#open(program, way, daemon)) });
         }
         if (!daemon) return undefined;
@@ -174,8 +173,7 @@ export class Measurement {
         const app = await Application.launch(this.display, program, this.environment);
         const shown = performance.now();
         await wait(DROP_MS);
-        if (way === 'warm') execFileSync('sync');
-        else this.#drop();
+        if (way !== 'warm') this.cache.drop();
         const dropped = performance.now() - shown;
         const foreseen = daemon && /number (\d+)/.exec(await front)?.[1];
         const needed = await needs;

@@ -90,6 +90,7 @@ export function environmentFor(home, runtime, display) {
     return {
         PATH: process.env.PATH,
         LANG: 'C.UTF-8',
+        TZ: 'UTC',
         HOME: home,
         DISPLAY: display,
         XDG_RUNTIME_DIR: runtime,

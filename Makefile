@@ -12,6 +12,7 @@
 # make install     the public headers, libraries and package files below PREFIX (DESTDIR before it)
 # make fuzz, faults, soak, coverage   attack the engine and measure what its tests reach (cmake/attack.mk)
 # make kills       kill running replays 300 times (KILLS=N) and judge what each next start finds
+# make launches    measure how much sooner programs start next to ksbrain-desktop (desktop/launches/launches.mjs)
 # make install-tools   the program with its manual and completion, below PREFIX
 # make install-desktop   the host for the desktop and its systemd unit, below PREFIX
 # make pictures    the README's pictures, from the demo's trace
@@ -31,7 +32,7 @@ comma := ,
 BUILD := build$(if $(SANITIZE),-$(subst $(comma),-,$(SANITIZE)))
 JOBS := $(shell nproc)
 
-.PHONY: build desktop tests test engine-tests test-engine demo everything lint bench stress kills pictures format clean \
+.PHONY: build desktop tests test engine-tests test-engine demo everything lint bench stress kills launches pictures format clean \
     arm64 engine-arm64 test-arm64 test-engine-arm64 install install-tools install-desktop
 
 # configure-and-build(FOLDER,OPTIONS,TARGETS)
@@ -118,6 +119,10 @@ engine-arm64:
 
 test-engine-arm64: engine-arm64
 	$(call run-tests,build-arm64,-L engine)
+
+launches: desktop
+	@cmake/setup.sh page browser launches
+	@node desktop/launches/launches.mjs $(BUILD)
 
 install: build
 	@DESTDIR=$(DESTDIR) cmake --install $(BUILD) --prefix $(PREFIX)

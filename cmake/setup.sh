@@ -5,6 +5,7 @@
 #   tests     the tests
 #   browser   the tests of the report's page, and the pictures
 #   desktop   the host for a Linux desktop
+#   launches  measuring what the host for the desktop saves
 #   bench     the benchmarks
 #   coverage  measuring what the tests reach
 #   arm64     running what was built for 64-bit Arm
@@ -40,6 +41,11 @@ for purpose; do
         ;;
     browser) unless_found chromium chromium chromium-browser google-chrome ;;
     desktop) packages="$packages pkg-config libxcb1-dev libxcb-ewmh-dev libsqlite3-dev" ;;
+    launches)
+        packages="$packages xvfb openbox x11-utils wmctrl libfaketime abiword chromium evince firefox-esr galculator
+            geany gimp gnumeric inkscape libreoffice-calc libreoffice-gtk3 libreoffice-writer mousepad thunar
+            viewnior xterm"
+        ;;
     bench) packages="$packages catch2 libasio-dev libuv1-dev python3-sklearn" ;;
     arm64) packages="$packages qemu-user-static" ;;
     coverage) packages="$packages llvm" ;;

@@ -34,7 +34,8 @@ function draw({ saved, programs, openings, width, colors }) {
     const style = { background: 'white', fontSize: '13px', fontFamily: 'system-ui, sans-serif' };
     const bars = Plot.plot({
         width,
-        height: 60 + 46 * saved.length,
+        height: 75 + 46 * saved.length,
+        marginBottom: 45,
         marginLeft: 100,
         marginRight: 30,
         style,
@@ -50,7 +51,8 @@ function draw({ saved, programs, openings, width, colors }) {
     });
     const dots = Plot.plot({
         width,
-        height: 60 + 24 * programs.length,
+        height: 75 + 24 * programs.length,
+        marginBottom: 45,
         marginLeft: 100,
         marginRight: 30,
         style,
@@ -63,7 +65,7 @@ function draw({ saved, programs, openings, width, colors }) {
         ],
     });
     document.body.append(bars, dots);
-    return [bars, dots].map((plot) => (plot.tagName === 'svg' ? plot : plot.querySelector('svg:last-of-type')).outerHTML);
+    return [bars, dots].map((plot) => (plot.tagName === 'svg' ? plot : plot.querySelector(':scope > svg')).outerHTML);
 }
 
 // `page`: the folder with the packages. Leaves launches.png and an SVG for each drawing in `out`.

@@ -74,7 +74,7 @@ function programRows(records, ways) {
     const rows = [['median, ms (spread)', 'openings', ...ways]];
     for (const { program, ways: times } of byProgram(records)) {
         const cell = (way) =>
-            times[way] && whole(times[way].median) + (times[way].spread ? ` (${percent(times[way].spread)})` : '');
+            times[way] && whole(times[way].median) + (times[way].spread === undefined ? '' : ` (${percent(times[way].spread)})`);
         rows.push([program, Object.values(times)[0].openings, ...ways.map(cell)]);
     }
     return rows;

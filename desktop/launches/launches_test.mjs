@@ -1,0 +1,133 @@
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { parseLimit } from './disk.mjs';
+import { divide, mapHabits, rotated } from './sequence.mjs';
+import { bootstrap, byProgram, pairUp, quantile, savings } from './statistics.mjs';
+import { costOf, table } from './table.mjs';
+
+const trace = (names) => ['time,package', ...names.map((name, i) => `2024-03-04T${10 + (i >> 2)}:00:0${i % 4}Z,${name}`)].join('\n');
+const programs = ['big', 'small'].map((name) => ({ name }));
+
+test('the names that are used most become the programs, in their order', () => {
+    // c 3 times, a and b twice: a is the earlier of them
+    const { openings, anHour } = mapHabits(`${trace(['a', 'c', 'b', 'c', 'a', 'b', 'c'])}\n`, programs);
+    assert.deepEqual(openings.map(({ program }) => program.name), ['small', 'big', 'small', 'big']);
+    assert.deepEqual(openings.map(({ time }) => time.slice(11, 19)), ['10:00:00', '10:00:01', '11:00:00', '11:00:02']);
+    assert.equal(anHour, 2);
+});
+
+test('rounds follow each other, and each has learned all before it', () => {
+    const openings = [...'abcdefgh'];
+    assert.deepEqual(divide(openings, 2, 2, 3), [
+        { before: ['a', 'b'], opened: ['c', 'd', 'e'] },
+        { before: ['a', 'b', 'c', 'd', 'e'], opened: ['f', 'g', 'h'] },
+    ]);
+    assert.throws(() => divide(openings, 2, 2, 4), /8 openings, not 10/);
+});
+
+test('every way is first once in as many rounds as there are ways', () => {
+    const ways = ['a', 'b', 'c'];
+    const orders = [0, 1, 2, 3].map((round) => rotated(ways, round));
+    assert.deepEqual(orders.map((order) => order[0]), ['a', 'b', 'c', 'a']);
+    for (const order of orders) assert.deepEqual([...order].sort(), ways);
+});
+
+const WAYS = ['none', 'engine', 'most-used', 'warm'];
+
+// Programs differ by seconds, the ways by a tenth of that: what pairs are for.
+function recordsOf(count, savedBy) {
+    return Array.from({ length: count }, (_, place) => {
+        const cold = 500 + 1000 * (place % 7);
+        return WAYS.map((way) => ({ round: place % 2, place, way, program: `p${place % 7}`, milliseconds: cold - savedBy[way](place) }));
+    }).flat();
+}
+
+test('what is saved is told apart from what differs between programs', () => {
+    const records = recordsOf(60, { none: () => 0, engine: (i) => 80 + (i % 5), 'most-used': (i) => 40 - (i % 3), warm: () => 100 });
+    const { openings, ways, more } = savings(records, WAYS);
+    assert.equal(openings, 60);
+    assert.equal(ways.engine.saved.value, 82);
+    assert.ok(ways.engine.saved.low > 81 && ways.engine.saved.low < 82, 'as sure as 60 pairs make it');
+    assert.ok(ways.engine.saved.high > 82 && ways.engine.saved.high < 83);
+    assert.equal(ways.engine.share.value, 0.82);
+    assert.equal(ways.warm.share, undefined);
+    assert.ok(more.low > 40 && more.high < 46 && more.value === 43);
+    assert.equal(ways.none.saved, undefined);
+});
+
+test('an interval holds the true mean about 95 times of 100', () => {
+    let state = 7;
+    const random = () => (state = (state * 16807) % 2147483647) / 2147483647;
+    let held = 0;
+    for (let trial = 0; trial < 100; ++trial) {
+        const sample = Array.from({ length: 40 }, () => random() + random());
+        const { low, high } = bootstrap(sample, (some) => some.reduce((a, b) => a + b) / some.length, trial);
+        if (low <= 1 && 1 <= high) ++held;
+    }
+    assert.ok(held >= 88 && held <= 99, `${held} of 100`);
+});
+
+test('an opening counts only when every way has it', () => {
+    const records = recordsOf(3, { none: () => 0, engine: () => 1, 'most-used': () => 1, warm: () => 2 });
+    const cut = records.filter(({ place, way }) => place !== 1 || way !== 'warm');
+    assert.equal(pairUp(cut, WAYS).length, 2);
+    assert.equal(savings([], WAYS).openings, 0);
+});
+
+test('medians lie between, and a spread needs two', () => {
+    assert.equal(quantile([4, 1, 3, 2], 0.5), 2.5);
+    assert.equal(quantile([5], 0.025), 5);
+    const [one, two] = byProgram([
+        { program: 'a', way: 'none', milliseconds: 10 },
+        { program: 'b', way: 'none', milliseconds: 10 },
+        { program: 'b', way: 'none', milliseconds: 30 },
+    ]);
+    assert.equal(one.ways.none.spread, undefined);
+    assert.ok(Math.abs(two.ways.none.spread - Math.SQRT1_2) < 1e-9);
+});
+
+const MIB = 1 << 20;
+const cost = (way, wakeUps, bytes) => ({
+    way,
+    openings: 10,
+    seconds: 0.5,
+    wakeUps,
+    memory: { most: 7 * MIB, own: 2 * MIB },
+    counted: { hits: 6, bytes_read: bytes * MIB, bytes_used: MIB },
+});
+
+test('what the daemon costs an hour is what openings cost and what it does while nothing happens', () => {
+    const costs = [cost('engine', 100, 21), cost('engine', 300, 41), cost('most-used', 9, 1)];
+    const idle = { seconds: 1800, wakeUps: 6, processorSeconds: 0.1 };
+    const engine = costOf(costs, 'engine', 12, idle);
+    assert.equal(engine.hits, 0.6);
+    assert.equal(engine.read, 3.1);
+    assert.equal(engine.wasted, 3);
+    assert.equal(engine.wakeUpsAnOpening, 20);
+    assert.equal(engine.wakeUpsAnHour, 20 * 12 + 12);
+    assert.ok(Math.abs(engine.secondsAnHour - 0.8) < 1e-9);
+    assert.equal(costOf(costs, 'most-used', 12, undefined).wakeUpsAnHour, 0.9 * 12);
+    assert.equal(costOf(costs, 'warm', 12, idle), undefined);
+});
+
+test('a table has what was measured, also without a daemon', () => {
+    const records = recordsOf(14, { none: () => 0, engine: () => 50, 'most-used': () => 25, warm: () => 100 });
+    const idle = { seconds: 1800, wakeUps: 6, processorSeconds: 0.1 };
+    const text = table({ head: ['HEAD'], ways: WAYS, records, costs: [cost('engine', 100, 21)], anHour: 12, idle });
+    assert.match(text, /^HEAD\n/);
+    assert.match(text, /^engine +3450 ms +50 \(50 to 50\) +50 % \(50 % to 50 %\)$/m);
+    assert.match(text, /^engine saves 25 \(25 to 25\) ms more than most-used$/m);
+    assert.match(text, /^p6 +2 +6500 \(0 %\) +6450/m);
+    assert.match(text, /^nothing changes for 30.0 minutes: 6 wake-ups/m);
+    const two = records.filter(({ way }) => way === 'none' || way === 'warm');
+    const short = table({ head: [], ways: ['none', 'warm'], records: two, costs: [], anHour: 12 });
+    assert.match(short, /^warm +3400 ms +100 \(100 to 100\)$/m);
+    assert.doesNotMatch(short, /engine|undefined|NaN/);
+});
+
+test('a limit for the disk is megabytes, reads, or both', () => {
+    assert.deepEqual(parseLimit('150:5000'), { bytes: 150e6, reads: 5000 });
+    assert.deepEqual(parseLimit('150'), { bytes: 150e6, reads: undefined });
+    assert.deepEqual(parseLimit(':80'), { bytes: undefined, reads: 80 });
+    for (const wrong of ['', ':', 'fast', '1:2:3', '-5']) assert.throws(() => parseLimit(wrong), /not MBPS:IOPS/);
+});

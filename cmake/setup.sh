@@ -42,7 +42,7 @@ for purpose; do
     browser) unless_found chromium chromium chromium-browser google-chrome ;;
     desktop) packages="$packages pkg-config libxcb1-dev libxcb-ewmh-dev libsqlite3-dev" ;;
     launches)
-        packages="$packages xvfb openbox x11-utils wmctrl libfaketime abiword chromium evince firefox-esr galculator
+        packages="$packages xvfb openbox x11-utils wmctrl libfaketime vmtouch abiword chromium evince firefox-esr galculator
             geany gimp gnumeric inkscape libreoffice-calc libreoffice-gtk3 libreoffice-writer mousepad thunar
             viewnior xterm"
         ;;

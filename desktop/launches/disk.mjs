@@ -1,7 +1,7 @@
 // The disk and what of it is in memory: says what is there, forgets it, and slows the disk down.
 
 import { execFileSync } from 'node:child_process';
-import { existsSync, mkdirSync, readFileSync, readdirSync, rmdirSync, statSync, writeFileSync } from 'node:fs';
+import { existsSync, mkdirSync, readFileSync, rmdirSync, statSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 const DROP = '/proc/sys/vm/drop_caches';
@@ -10,13 +10,13 @@ const isRoot = process.getuid() === 0;
 
 const linesOf = (path) => readFileSync(path, 'utf8').trim().split('\n');
 
-// Forgets which files are in memory, but for what a running program has mapped. Only root can do so for all
-// files; others do it for those they name.
+// Forgets what of files is in memory, but for what a running program has mapped. Only root can do so for all
+// files; others name theirs.
 export class PageCache {
     #files = new Set();
 
     get how() {
-        return isRoot ? 'all of the page cache' : `${this.#files.size} files that the programs map or keep`;
+        return isRoot ? 'all of the page cache' : `${this.#files.size} files that the programs map, and their HOME`;
     }
 
     // What the processes have mapped is to be forgotten, too, once they have ended.
@@ -25,8 +25,8 @@ export class PageCache {
         for (const pid of processes) {
             try {
                 for (const line of linesOf(`/proc/${pid}/maps`)) {
-                    const path = line.slice(line.indexOf('/'));
-                    if (line.includes(' /') && !path.startsWith('/dev/')) this.#files.add(path);
+                    const path = / (\/.*)$/.exec(line)?.[1];
+                    if (path && !path.startsWith('/dev/') && existsSync(path)) this.#files.add(path);
                 }
             } catch {
                 // it has ended
@@ -34,18 +34,9 @@ export class PageCache {
         }
     }
 
-    noteFolder(folder) {
-        if (isRoot) return;
-        for (const entry of readdirSync(folder, { recursive: true, withFileTypes: true })) {
-            if (entry.isFile()) this.#files.add(join(entry.parentPath ?? entry.path, entry.name));
-        }
-    }
-
-    drop() {
+    drop(home) {
         if (isRoot) return writeFileSync(DROP, '1');
-        const files = [...this.#files].filter(existsSync).join('\0');
-        const words = ['-0', '-r', '-P', '2', '-I', '{}', 'dd', 'if={}', 'iflag=nocache', 'count=0', 'status=none'];
-        execFileSync('xargs', words, { input: files, stdio: ['pipe', 'ignore', 'ignore'] });
+        execFileSync('vmtouch', ['-q', '-e', ...this.#files, ...(home ? [home] : [])], { stdio: 'ignore' });
     }
 }
 
@@ -80,8 +71,8 @@ export function parseLimit(text) {
     return { bytes: match[1] ? Number(match[1]) * 1e6 : undefined, reads: match[2] ? Number(match[2]) : undefined };
 }
 
-// Slows the disk down for this process and all that it starts from now on, until it ends. By control groups
-// of the first version, where they hold a group's reads to a rate.
+// Slows the disk down for this process and all that it starts from now on. By control groups of the first
+// version, where they hold a group's reads to a rate. Lifted by what is returned, when the others have ended.
 export function limitDisk(text, disk) {
     const { bytes, reads } = parseLimit(text);
     const group = join(GROUPS, `launches-${process.pid}`);
@@ -93,12 +84,15 @@ export function limitDisk(text, disk) {
     } catch (error) {
         throw new Error(`DISK: the disk cannot be limited here: ${error.message}`);
     }
-    process.on('exit', () => {
+    return () => {
         writeFileSync(join(GROUPS, 'cgroup.procs'), String(process.pid));
-        try {
-            rmdirSync(group);
-        } catch {
-            console.error(`${group} stays: something in it still runs`);
+        for (let tries = 0; existsSync(group); ++tries) {
+            try {
+                rmdirSync(group);
+            } catch (error) {
+                if (tries === 50) return console.error(`${group} stays: ${error.message}`);
+                Atomics.wait(new Int32Array(new SharedArrayBuffer(4)), 0, 0, 100); // until what ran in it has ended
+            }
         }
-    });
+    };
 }

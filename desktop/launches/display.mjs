@@ -17,6 +17,7 @@ export class Display {
 
     static async open() {
         const display = new Display();
+        process.prependListener('exit', () => display.close()); // before what waits for all to have ended
         await display.#start();
         return display;
     }

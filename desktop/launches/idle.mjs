@@ -13,7 +13,6 @@ export class IdleDaemon {
     static async start(program, folder, environment) {
         const idle = new IdleDaemon();
         const display = (idle.display = await Display.open());
-        process.on('exit', () => display.close());
         const own = { ...environment, DISPLAY: display.name };
         idle.daemon = await Daemon.start(program, join(folder, 'state-idle'), ['--settle', '500'], own);
         const done = idle.daemon.line('read ahead');

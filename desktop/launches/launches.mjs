@@ -11,7 +11,7 @@
 
 import { execFileSync } from 'node:child_process';
 import { existsSync, mkdirSync, readFileSync, realpathSync, rmSync, writeFileSync } from 'node:fs';
-import { cpus, release, totalmem } from 'node:os';
+import { cpus, loadavg, release, totalmem } from 'node:os';
 import { join, resolve } from 'node:path';
 import { PageCache, diskOf, limitDisk, readingSpeed } from './disk.mjs';
 import { Display } from './display.mjs';
@@ -32,11 +32,12 @@ function setting(name, fallback) {
     return value;
 }
 
-function head(disk, speed, limit, cache, options) {
+function head(load, disk, speed, limit, cache, options) {
     const system = /^PRETTY_NAME="(.*)"$/m.exec(readFileSync('/etc/os-release', 'utf8'))?.[1] ?? 'unknown system';
     const { openings, rounds, ways, places, budget, seed } = options;
     return [
-        `${system}, Linux ${release()}, ${cpus().length} processors, ${(totalmem() / 2 ** 30).toFixed(0)} GiB`,
+        `${system}, Linux ${release()}, ${cpus().length} processors, ${(totalmem() / 2 ** 30).toFixed(0)} GiB, ` +
+            `load ${load.toFixed(1)} before`,
         `disk ${disk.name}: ${speed.toFixed(0)} MB/s, read ahead by the system ${disk.readAhead}, ` +
             `scheduler ${disk.scheduler}; ${limit ? `held to ${limit} (MB/s:reads/s)` : 'not slowed down'}`,
         `dropped between openings: ${cache.how}; window + ${DROP_MS} ms, settled + ${SETTLE_MS} ms, ` +
@@ -60,6 +61,7 @@ async function main() {
         ways: process.env.WAYS ? process.env.WAYS.split(',') : WAYS,
     };
     for (const way of options.ways) if (!WAYS.includes(way)) throw new Error(`WAYS: there is no way ${way}`);
+    const [load] = loadavg();
     const withDaemon = options.ways.some((way) => way === 'engine' || way === 'most-used');
 
     const synth = ['synth', '--quiet', '--openings', String(TRACE), '--seed', String(options.seed)];
@@ -72,17 +74,16 @@ async function main() {
     rmSync(work, { recursive: true, force: true });
     mkdirSync(work, { recursive: true });
     const disk = diskOf(work);
-    if (process.env.DISK) limitDisk(process.env.DISK, disk);
+    if (process.env.DISK) process.on('exit', limitDisk(process.env.DISK, disk));
 
     const cache = new PageCache();
     const display = await Display.open();
-    process.on('exit', () => display.close());
+    let idleDaemon;
     const begin = performance.now();
     const say = (text) => console.error(`${((performance.now() - begin) / 1000).toFixed(0).padStart(5)} s  ${text}`);
     const measurement = new Measurement(work, display, cache, options, say);
     await measurement.firstRuns(programs);
     const speed = readingSpeed(longFile(), cache);
-    let idleDaemon;
     if (withDaemon) {
         await measurement.see(programs);
         say('the daemon has seen each program once');
@@ -90,7 +91,7 @@ async function main() {
     }
     const { records, costs } = await measurement.rounds(stretches, options.ways);
     const idle = await idleDaemon?.stop();
-    const lines = head(disk, speed, process.env.DISK, cache, options);
+    const lines = head(load, disk, speed, process.env.DISK, cache, options);
     const late = records.filter(({ way, dropped }) => way !== 'warm' && dropped > SETTLE_MS).length;
     if (late > 0) lines.push(`${late} drops came after the window had settled: the machine was busy`);
     const result = { head: lines, ways: options.ways, anHour, idle, costs, records };

@@ -79,7 +79,6 @@ export class Measurement {
             const end = await app.close();
             this.say(`first run of ${program.name}: ${app.milliseconds.toFixed(0)} ms, closed when ${end}`);
         }
-        this.cache.noteFolder(this.home);
         this.#copy('home', 'home-kept');
     }
 
@@ -88,7 +87,7 @@ export class Measurement {
         this.#copy('home-kept', 'home');
         const daemon = await this.#daemon('seen', 'most-used', ['--dry-run']); // the engine learns later
         for (const program of programs) {
-            this.cache.drop();
+            this.cache.drop(this.home);
             const front = daemon.line('front ');
             const done = daemon.line('read ahead');
             const app = await Application.launch(this.display, program, this.environment);
@@ -140,7 +139,7 @@ export class Measurement {
         execFileSync('sync'); // what is not on the disk cannot be dropped
         const programs = new Set(opened.map(({ program }) => program));
         if (way === 'warm') for (const program of programs) await this.#open(program, way);
-        else this.cache.drop();
+        else this.cache.drop(this.home);
         let daemon;
         const state = `state-${way}`;
         if (PREDICTORS.includes(way)) {
@@ -173,7 +172,7 @@ export class Measurement {
         const app = await Application.launch(this.display, program, this.environment);
         const shown = performance.now();
         await wait(DROP_MS);
-        if (way !== 'warm') this.cache.drop();
+        if (way !== 'warm') this.cache.drop(this.home);
         const dropped = performance.now() - shown;
         const foreseen = daemon && /number (\d+)/.exec(await front)?.[1];
         const needed = await needs;

@@ -29,8 +29,9 @@ export class Daemon {
         return daemon;
     }
 
-    // Promises the first line from now on that begins so.
-    line(beginning) {
+    // Promises the lines from now on, up to the first that begins so.
+    until(beginning) {
+        const lines = [];
         return new Promise((resolve, reject) => {
             const end = (settle, value) => {
                 clearTimeout(timer);
@@ -38,12 +39,13 @@ export class Daemon {
                 this.#listeners.splice(this.#listeners.indexOf(listener), 1);
                 settle(value);
             };
-            const ended = () => end(reject, new Error(`ksbrain-desktop has ended: ${this.#complaints}`));
-            const listener = (line) => line.startsWith(beginning) && end(resolve, line);
-            const timer = setTimeout(
-                () => end(reject, new Error(`ksbrain-desktop says no "${beginning}"; ${this.#complaints}`)),
-                ANSWER_MS,
-            );
+            const fail = (what) => end(reject, new Error(`ksbrain-desktop ${what}\n${lines.join('\n')}\n${this.#complaints}`));
+            const ended = () => fail('has ended');
+            const listener = (line) => {
+                lines.push(line);
+                if (line.startsWith(beginning)) end(resolve, lines);
+            };
+            const timer = setTimeout(() => fail(`says no "${beginning}"`), ANSWER_MS);
             this.#child.on('exit', ended);
             this.#listeners.push(listener);
         });
@@ -84,6 +86,18 @@ export class Daemon {
             own: (number(shares, 'Private_Clean') + number(shares, 'Private_Dirty')) * 1024,
         };
     }
+}
+
+// The names under which an application came to the front, by lines of the daemon. Its window may at first have
+// the class of its toolkit; the last name is the application's.
+export const frontsIn = (lines) =>
+    lines.map((line) => /^front ([^ :,]+)/.exec(line)?.[1]).filter((name) => name !== undefined);
+
+// What place of the prediction the application had, if it was predicted.
+export function placeOf(name, lines) {
+    const line = lines.find((each) => frontsIn([each])[0] === name);
+    const place = /: number (\d+) of the prediction$/.exec(line)?.[1];
+    return place && Number(place);
 }
 
 export const statusOf = (program, state) =>

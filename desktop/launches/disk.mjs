@@ -90,7 +90,7 @@ export function limitDisk(text, disk) {
             try {
                 rmdirSync(group);
             } catch (error) {
-                if (tries === 50) return console.error(`${group} stays: ${error.message}`);
+                if (tries === 10) return console.error(`${group} stays: ${error.message}`);
                 Atomics.wait(new Int32Array(new SharedArrayBuffer(4)), 0, 0, 100); // until what ran in it has ended
             }
         }

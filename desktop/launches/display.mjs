@@ -17,7 +17,7 @@ export class Display {
 
     static async open() {
         const display = new Display();
-        process.prependListener('exit', () => display.close()); // before what waits for all to have ended
+        process.prependListener('exit', () => display.#kill());
         await display.#start();
         return display;
     }
@@ -92,7 +92,15 @@ export class Display {
         }
     }
 
-    close() {
-        for (const child of this.#children.reverse()) child.kill();
+    #kill() {
+        for (const child of this.#children) child.kill();
+    }
+
+    // Resolves when nothing of it runs.
+    async close() {
+        const running = this.#children.filter(({ exitCode, signalCode }) => exitCode === null && signalCode === null);
+        const ends = running.map((child) => once(child, 'exit'));
+        this.#kill();
+        await Promise.all(ends);
     }
 }

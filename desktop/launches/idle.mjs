@@ -15,7 +15,7 @@ export class IdleDaemon {
         const display = (idle.display = await Display.open());
         const own = { ...environment, DISPLAY: display.name };
         idle.daemon = await Daemon.start(program, join(folder, 'state-idle'), ['--settle', '500'], own);
-        const done = idle.daemon.line('read ahead');
+        const done = idle.daemon.until('read ahead');
         idle.application = await Application.launch(display, { name: 'xterm', command: ['xterm'] }, own);
         await done;
         await wait(CALM_MS);
@@ -29,7 +29,7 @@ export class IdleDaemon {
         const seconds = (performance.now() - this.begin) / 1000;
         await this.daemon.stop();
         await this.application.close();
-        this.display.close();
+        await this.display.close();
         return {
             seconds,
             wakeUps: cost.wakeUps - this.cost.wakeUps,

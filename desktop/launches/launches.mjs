@@ -94,6 +94,7 @@ async function main() {
     const lines = head(load, disk, speed, process.env.DISK, cache, options);
     const late = records.filter(({ way, dropped }) => way !== 'warm' && dropped > SETTLE_MS).length;
     if (late > 0) lines.push(`${late} drops came after the window had settled: the machine was busy`);
+    await display.close();
     const result = { head: lines, ways: options.ways, anHour, idle, costs, records };
 
     const text = table(result);

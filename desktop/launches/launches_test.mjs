@@ -1,5 +1,6 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
+import { frontsIn, placeOf } from './daemon.mjs';
 import { parseLimit } from './disk.mjs';
 import { divide, mapHabits, rotated } from './sequence.mjs';
 import { bootstrap, byProgram, pairUp, quantile, savings } from './statistics.mjs';
@@ -92,8 +93,9 @@ const cost = (way, wakeUps, bytes) => ({
     openings: 10,
     seconds: 0.5,
     wakeUps,
+    hits: 6,
     memory: { most: 7 * MIB, own: 2 * MIB },
-    counted: { hits: 6, bytes_read: bytes * MIB, bytes_used: MIB },
+    counted: { bytes_read: bytes * MIB, bytes_used: MIB },
 });
 
 test('what the daemon costs an hour is what openings cost and what it does while nothing happens', () => {
@@ -130,4 +132,20 @@ test('a limit for the disk is megabytes, reads, or both', () => {
     assert.deepEqual(parseLimit('150'), { bytes: 150e6, reads: undefined });
     assert.deepEqual(parseLimit(':80'), { bytes: undefined, reads: 80 });
     for (const wrong of ['', ':', 'fast', '1:2:3', '-5']) assert.throws(() => parseLimit(wrong), /not MBPS:IOPS/);
+});
+
+test('an application that changes its name is known by the last one', () => {
+    const lines = [
+        'front Soffice, launched: number 2 of the prediction',
+        'next mail',
+        'front office_writer, launched: not predicted',
+        'next front Soffice',
+        'needs office_writer: 141.1 MiB of 366 files, 0.0 MiB from the disk: warm',
+        'front office: number 11 of the prediction',
+    ];
+    assert.deepEqual(frontsIn(lines), ['Soffice', 'office_writer', 'office']);
+    assert.equal(placeOf('Soffice', lines), 2);
+    assert.equal(placeOf('office_writer', lines), undefined);
+    assert.equal(placeOf('office', lines.slice(-1)), 11);
+    assert.equal(placeOf('office', lines), 11, 'not that of a longer name');
 });

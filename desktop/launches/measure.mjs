@@ -26,7 +26,7 @@ import { join } from 'node:path';
 import { setTimeout as wait } from 'node:timers/promises';
 import { Application } from './application.mjs';
 import { clockAt } from './clock.mjs';
-import { Daemon, statusOf } from './daemon.mjs';
+import { Daemon, frontsIn, placeOf, statusOf } from './daemon.mjs';
 import { environmentFor, layOutHome } from './programs.mjs';
 import { rotated } from './sequence.mjs';
 
@@ -40,7 +40,7 @@ const CLOSED_MS = 100;
 const PREDICTORS = ['engine', 'most-used']; // the ways with a daemon
 
 export class Measurement {
-    #names = new Map(); // of the programs, as the daemon calls them
+    #fronts = new Map(); // by program, what the daemon is told when it is launched: its names, the right one last
 
     // options: tool (ksbrain), program (ksbrain-desktop), places, budget (MiB). `say` is told what goes on.
     constructor(folder, display, cache, options, say) {
@@ -88,29 +88,28 @@ export class Measurement {
         const daemon = await this.#daemon('seen', 'most-used', ['--dry-run']); // the engine learns later
         for (const program of programs) {
             this.cache.drop(this.home);
-            const front = daemon.line('front ');
-            const done = daemon.line('read ahead');
+            const told = daemon.until('read ahead');
             const app = await Application.launch(this.display, program, this.environment);
-            const name = (await front).split(/[ :,]/)[1];
-            await done;
+            this.#fronts.set(program.name, frontsIn(await told));
             await app.close();
-            this.#names.set(program.name, name);
         }
         await daemon.stop();
-        const known = new Set(this.#names.values());
-        if (known.size < programs.length) throw new Error(`two programs have one name: ${[...this.#names]}`);
+        const names = [...this.#fronts.values()].map((fronts) => fronts.at(-1));
+        if (new Set(names).size < programs.length) throw new Error(`two programs have one name: ${names.join(' ')}`);
     }
 
     // Leaves a state that has learned the openings: the engine from a replay in the openings' own time, as
     // if it had run all those days; the simple rule has only to count.
     async #learn(openings) {
         this.#copy('seen', 'learned');
-        const names = openings.map(({ program }) => this.#names.get(program.name));
+        const fronts = openings.flatMap(({ time, program }) =>
+            this.#fronts.get(program.name).map((name) => ({ time, name })),
+        );
         const daemon = await this.#daemon('learned', 'most-used', ['--stdin', '--dry-run']);
-        await daemon.playToEnd(names);
+        await daemon.playToEnd(fronts.map(({ name }) => name));
 
         const trace = this.#at('learned.csv');
-        writeFileSync(trace, ['time,package', ...openings.map(({ time }, i) => `${time},${names[i]}`), ''].join('\n'));
+        writeFileSync(trace, ['time,package', ...fronts.map(({ time, name }) => `${time},${name}`), ''].join('\n'));
         const engine = this.#at('learned/engine');
         rmSync(engine, { recursive: true, force: true });
         const words = ['replay', '--quiet', '--charging', '23:00-07:00', '--data-dir', engine, trace];
@@ -157,7 +156,9 @@ export class Measurement {
         await daemon.stop();
         const after = statusOf(this.options.program, this.#at(state));
         const counted = Object.keys(after).map((key) => [key, after[key] - before[key]]);
+        const own = records.slice(-opened.length);
         return {
+            hits: own.filter(({ foreseen }) => foreseen !== undefined).length,
             seconds: ended.seconds - started.seconds,
             wakeUps: ended.wakeUps - started.wakeUps,
             memory,
@@ -166,21 +167,18 @@ export class Measurement {
     }
 
     async #open(program, way, daemon) {
-        const front = daemon?.line('front ');
-        const needs = daemon?.line('needs ');
-        const done = daemon?.line('read ahead');
+        const told = daemon?.until('read ahead');
         const app = await Application.launch(this.display, program, this.environment);
         const shown = performance.now();
         await wait(DROP_MS);
         if (way !== 'warm') this.cache.drop(this.home);
         const dropped = performance.now() - shown;
-        const foreseen = daemon && /number (\d+)/.exec(await front)?.[1];
-        const needed = await needs;
-        const read = await done;
+        const lines = await told;
         await wait(Math.max(0, STAY_MS - (performance.now() - shown)));
         const end = await app.close();
         await wait(CLOSED_MS);
         const { milliseconds } = app;
-        return { milliseconds, dropped, end, foreseen: foreseen && Number(foreseen), needed, read };
+        const foreseen = lines && placeOf(this.#fronts.get(program.name).at(-1), lines);
+        return { milliseconds, dropped, end, foreseen, lines };
     }
 }

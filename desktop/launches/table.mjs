@@ -28,7 +28,7 @@ export function costOf(costs, way, anHour, idle) {
     const hours = idle ? idle.seconds / 3600 : undefined;
     const hourly = (inUse, whileIdle) => (inUse / openings) * anHour + (hours ? whileIdle / hours : 0);
     return {
-        hits: sum((cost) => cost.counted.hits) / openings,
+        hits: sum((cost) => cost.hits) / openings,
         read: sum((cost) => cost.counted.bytes_read) / openings / MIB,
         wasted: sum((cost) => cost.counted.bytes_read - cost.counted.bytes_used) / openings / MIB,
         secondsAnHour: hourly(sum((cost) => cost.seconds), idle?.processorSeconds),

@@ -85,6 +85,7 @@ export function limitDisk(text, disk) {
         throw new Error(`DISK: the disk cannot be limited here: ${error.message}`);
     }
     return () => {
+        if (!existsSync(group)) return;
         writeFileSync(join(GROUPS, 'cgroup.procs'), String(process.pid));
         for (let tries = 0; existsSync(group); ++tries) {
             try {

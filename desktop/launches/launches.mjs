@@ -74,7 +74,8 @@ async function main() {
     rmSync(work, { recursive: true, force: true });
     mkdirSync(work, { recursive: true });
     const disk = diskOf(work);
-    if (process.env.DISK) process.on('exit', limitDisk(process.env.DISK, disk));
+    const lift = process.env.DISK ? limitDisk(process.env.DISK, disk) : () => {};
+    process.on('exit', lift);
 
     const cache = new PageCache();
     const display = await Display.open();
@@ -95,6 +96,7 @@ async function main() {
     const late = records.filter(({ way, dropped }) => way !== 'warm' && dropped > SETTLE_MS).length;
     if (late > 0) lines.push(`${late} drops came after the window had settled: the machine was busy`);
     await display.close();
+    lift();
     const result = { head: lines, ways: options.ways, anHour, idle, costs, records };
 
     const text = table(result);

@@ -34,7 +34,7 @@ export const WAYS = ['none', 'engine', 'most-used', 'warm'];
 export const DROP_MS = 300;
 export const SETTLE_MS = 700;
 export const STAY_MS = 1_000;
-const FIRST_RUN_MS = 2_500;
+const FIRST_RUN_MS = 1_500;
 const CLOSED_MS = 100;
 
 const PREDICTORS = ['engine', 'most-used']; // the ways with a daemon

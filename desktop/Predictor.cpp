@@ -9,7 +9,6 @@
 
 #include "brain/BrainMainApi.h"
 #include "platform/workstation/SettableEnvironment.h"
-#include "tools/common/EngineLog.h"
 #include "tools/serve/HostEvent.h"
 
 namespace {
@@ -31,7 +30,6 @@ void deliver(sp<HostEvent>& event) {
 EnginePredictor::EnginePredictor(const std::string& directory) {
     environment::setDataDirectory(directory);
     environment::setSync([](int descriptor) { return fsync(descriptor) == 0; });
-    silenceEngineLog();  // it is for a phone's log; what its user has to know is said below
     if (brain_main_init(nullptr) != 0) throw std::runtime_error("the engine cannot be started");
 }
 

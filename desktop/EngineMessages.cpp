@@ -1,7 +1,7 @@
 // The platform's log as far as the engine calls it, in place of the system's library, whose own
 // libraries would be a fifth of what the daemon has in memory. What ends the process goes to
-// standard error, where the journal of the system gets it. The rest is for the log of a phone; that
-// storage fails, the predictor says itself.
+// standard error, where the system's journal gets it; the rest is for a phone's log. That storage
+// fails, the predictor says itself.
 
 #include <android/log.h>
 

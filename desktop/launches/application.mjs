@@ -59,6 +59,17 @@ export class Application {
         return processTree(this.#child.pid);
     }
 
+    // What it has made the disk read, with its children that run or have been waited for.
+    bytesFetched() {
+        return this.processes.reduce((sum, pid) => {
+            try {
+                return sum + Number(/^read_bytes: (\d+)$/m.exec(readFileSync(`/proc/${pid}/io`, 'utf8'))[1]);
+            } catch {
+                return sum; // it has ended
+            }
+        }, 0);
+    }
+
     // How it ended: asked, terminated or killed.
     async close() {
         if (this.#child.pid === undefined) return 'not started';

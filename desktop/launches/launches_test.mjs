@@ -95,21 +95,25 @@ const cost = (way, wakeUps, bytes) => ({
     wakeUps,
     hits: 6,
     memory: { most: 7 * MIB, own: 2 * MIB },
-    counted: { bytes_read: bytes * MIB, bytes_used: MIB },
+    counted: { bytes_read: bytes * MIB },
 });
 
 test('what the daemon costs an hour is what openings cost and what it does while nothing happens', () => {
     const costs = [cost('engine', 100, 21), cost('engine', 300, 41), cost('most-used', 9, 1)];
     const idle = { seconds: 1800, wakeUps: 6, processorSeconds: 0.1 };
-    const engine = costOf(costs, 'engine', 12, idle);
+    const fetches = [['none', 0, 5], ['engine', 0, 1], ['none', 1, 3], ['engine', 1, 3], ['none', 2, 9]];
+    const records = fetches.map(([way, place, bytes]) => ({ round: 0, place, way, fetched: bytes * MIB }));
+    const engine = costOf({ costs, records, anHour: 12, idle }, 'engine');
     assert.equal(engine.hits, 0.6);
     assert.equal(engine.read, 3.1);
-    assert.equal(engine.wasted, 3);
+    assert.ok(Math.abs(engine.wasted - 1.1) < 1e-9, 'two of what was read were not fetched again');
     assert.equal(engine.wakeUpsAnOpening, 20);
     assert.equal(engine.wakeUpsAnHour, 20 * 12 + 12);
     assert.ok(Math.abs(engine.secondsAnHour - 0.8) < 1e-9);
-    assert.equal(costOf(costs, 'most-used', 12, undefined).wakeUpsAnHour, 0.9 * 12);
-    assert.equal(costOf(costs, 'warm', 12, idle), undefined);
+    const alone = { costs, records: [], anHour: 12 };
+    assert.equal(costOf(alone, 'most-used').wakeUpsAnHour, 0.9 * 12);
+    assert.equal(costOf(alone, 'most-used').wasted, undefined);
+    assert.equal(costOf(alone, 'warm'), undefined);
 });
 
 test('a table has what was measured, also without a daemon', () => {

@@ -11,7 +11,8 @@
 //
 // The drop lies between one use of a program and the next, and before the daemon reads; what it has read is
 // not dropped before the launch it was meant for. In life a drop can come there too: the daemon would read in
-// vain. The ways wait alike, but that an opening with a daemon lasts until it is done; nothing else runs then.
+// vain. The ways wait alike, but that an opening with a daemon lasts until it is done, if that is longer than
+// STAY: a program that stays longer may do more for its next start. Their first runs are long for that reason.
 // The libraries that a program shares with the one that was open at the drop are never dropped, in any way:
 // a "cold" launch here is as cold as it is next to an open program.
 //
@@ -33,7 +34,7 @@ import { rotated } from './sequence.mjs';
 export const WAYS = ['none', 'engine', 'most-used', 'warm'];
 export const DROP_MS = 300;
 export const SETTLE_MS = 700;
-export const STAY_MS = 1_000;
+export const STAY_MS = 1_600;
 const FIRST_RUN_MS = 1_500;
 const CLOSED_MS = 100;
 
@@ -74,7 +75,7 @@ export class Measurement {
         layOutHome(this.home);
         for (const program of programs) {
             const app = await Application.launch(this.display, program, this.environment);
-            await wait(FIRST_RUN_MS);
+            await wait(program.firstRun ?? FIRST_RUN_MS);
             this.cache.noteMapped(app.processes);
             const end = await app.close();
             this.say(`first run of ${program.name}: ${app.milliseconds.toFixed(0)} ms, closed when ${end}`);
@@ -171,6 +172,7 @@ export class Measurement {
         const app = await Application.launch(this.display, program, this.environment);
         const shown = performance.now();
         await wait(DROP_MS);
+        const fetched = app.bytesFetched();
         if (way !== 'warm') this.cache.drop(this.home);
         const dropped = performance.now() - shown;
         const lines = await told;
@@ -179,6 +181,6 @@ export class Measurement {
         await wait(CLOSED_MS);
         const { milliseconds } = app;
         const foreseen = lines && placeOf(this.#fronts.get(program.name).at(-1), lines);
-        return { milliseconds, dropped, end, foreseen, lines };
+        return { milliseconds, fetched, dropped, end, foreseen, lines };
     }
 }

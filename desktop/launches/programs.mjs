@@ -31,12 +31,13 @@ ${item('Office.Common/Misc', 'CrashReport', 'false')}${item('Setup/Product', 'oo
 const office = (part) => ['libreoffice', `--${part}`, '--nologo', '--norestore'];
 
 // `command`: what is run; a word ~/... lies below the HOME that the programs are given.
-// `files`: what lies there before the first run.
+// `files`: what lies there before the first run, which lasts for `firstRun` milliseconds after the window.
 export const PROGRAMS = [
     {
         name: 'firefox',
         command: ['firefox-esr', '--new-instance', '--profile', '~/firefox'],
         files: { 'firefox/user.js': FIREFOX },
+        firstRun: 15_000, // keeps what makes its next starts quick only after a while
     },
     { name: 'mousepad', command: ['mousepad'] },
     { name: 'thunar', command: ['thunar'] },

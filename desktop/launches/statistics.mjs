@@ -23,13 +23,14 @@ export function quantile(values, part) {
     return sorted[below] + (place - below) * (sorted[above] - sorted[below]);
 }
 
-// Openings whole, with their time in every way: what makes one slow makes it so in all of them.
-export function pairUp(records, ways) {
+// Openings whole, with their time in every way, or another value: what makes one slow makes it so in all of
+// them.
+export function pairUp(records, ways, value = ({ milliseconds }) => milliseconds) {
     const openings = new Map();
-    for (const { round, place, way, milliseconds } of records) {
-        const key = `${round}.${place}`;
+    for (const record of records) {
+        const key = `${record.round}.${record.place}`;
         if (!openings.has(key)) openings.set(key, {});
-        openings.get(key)[way] = milliseconds;
+        openings.get(key)[record.way] = value(record);
     }
     return [...openings.values()].filter((opening) => ways.every((way) => way in opening));
 }

@@ -1,6 +1,6 @@
 // What came out, for people to read.
 
-import { byProgram, mean, savings } from './statistics.mjs';
+import { byProgram, mean, pairUp, savings } from './statistics.mjs';
 
 const MIB = 1 << 20;
 
@@ -19,18 +19,27 @@ function columns(rows) {
     );
 }
 
-// What the daemon did in each way, an opening or an hour of the person whose habits these are.
-export function costOf(costs, way, anHour, idle) {
+// What the programs need not fetch from the disk any more, in bytes an opening; unknown without the way none.
+function spared(records, way) {
+    const openings = pairUp(records, ['none', way], ({ fetched }) => fetched);
+    return openings.length === 0 ? undefined : mean(openings.map((opening) => opening.none - opening[way]));
+}
+
+// What the daemon did in a way, an opening or an hour of the person whose habits these are. What it has read
+// and did not spare the programs is wasted.
+export function costOf({ costs, records, anHour, idle }, way) {
     const own = costs.filter((cost) => cost.way === way);
     if (own.length === 0) return undefined;
     const sum = (value) => own.reduce((total, cost) => total + value(cost), 0);
     const openings = sum((cost) => cost.openings);
+    const read = sum((cost) => cost.counted.bytes_read) / openings;
+    const used = spared(records, way);
     const hours = idle ? idle.seconds / 3600 : undefined;
     const hourly = (inUse, whileIdle) => (inUse / openings) * anHour + (hours ? whileIdle / hours : 0);
     return {
         hits: sum((cost) => cost.hits) / openings,
-        read: sum((cost) => cost.counted.bytes_read) / openings / MIB,
-        wasted: sum((cost) => cost.counted.bytes_read - cost.counted.bytes_used) / openings / MIB,
+        read: read / MIB,
+        wasted: used === undefined ? undefined : (read - used) / MIB,
         secondsAnHour: hourly(sum((cost) => cost.seconds), idle?.processorSeconds),
         wakeUpsAnHour: hourly(sum((cost) => cost.wakeUps), idle?.wakeUps),
         wakeUpsAnOpening: sum((cost) => cost.wakeUps) / openings,
@@ -47,19 +56,19 @@ function savingRows(result) {
     return rows;
 }
 
-function costRows(costs, ways, anHour, idle) {
+function costRows(result) {
     const rows = [
         ['the daemon', 'hits', 'read', 'wasted', 'processor', 'wake-ups', 'at an opening', 'memory', 'own'],
         ['', '', 'MiB/opening', 'MiB/opening', 's/hour', 'an hour', '', 'most, MiB', 'MiB'],
     ];
-    for (const way of ways) {
-        const cost = costOf(costs, way, anHour, idle);
+    for (const way of result.ways) {
+        const cost = costOf(result, way);
         if (cost === undefined) continue;
         rows.push([
             way,
             percent(cost.hits),
             cost.read.toFixed(1),
-            cost.wasted.toFixed(1),
+            cost.wasted?.toFixed(1),
             cost.secondsAnHour.toFixed(1),
             whole(cost.wakeUpsAnHour),
             whole(cost.wakeUpsAnOpening),
@@ -81,12 +90,13 @@ function programRows(records, ways) {
 }
 
 // `result`: what launches.mjs writes as JSON.
-export function table({ head, ways, records, costs, anHour, idle }) {
-    const result = savings(records, ways);
-    const lines = [...head, '', ...columns(savingRows(result))];
-    if (result.more) lines.push(`engine saves ${interval(result.more, whole)} ms more than most-used`);
+export function table(result) {
+    const { head, ways, records, costs, anHour, idle } = result;
+    const found = savings(records, ways);
+    const lines = [...head, '', ...columns(savingRows(found))];
+    if (found.more) lines.push(`engine saves ${interval(found.more, whole)} ms more than most-used`);
     if (costs.length > 0) {
-        lines.push('', ...columns(costRows(costs, ways, anHour, idle)));
+        lines.push('', ...columns(costRows(result)));
         lines.push(`an hour: ${anHour.toFixed(0)} openings` + (idle ? `, and what is done while nothing changes` : ''));
     }
     if (idle) {

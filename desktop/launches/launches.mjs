@@ -1,7 +1,7 @@
 // launches.mjs BUILD: measures how much sooner programs are there when ksbrain-desktop reads ahead for them,
 // and what that costs. See measure.mjs for how. BUILD is where ksbrain and ksbrain-desktop are built; what
 // comes out lies in BUILD/launches. The environment may say
-//     OPENINGS=60   in each round and way
+//     OPENINGS=30   in each round and way
 //     ROUNDS=3
 //     WAYS=none,engine,most-used,warm
 //     DISK=150:5000 as slow as a disk of 150 MB/s and 5000 reads a second (root, control groups version 1)
@@ -23,8 +23,8 @@ import { divide, mapHabits } from './sequence.mjs';
 import { table } from './table.mjs';
 
 const programs = PROGRAMS.filter(({ name }) => !process.env.PROGRAMS || process.env.PROGRAMS.split(',').includes(name));
-const LEARNED = 600; // openings before the first round
-const TRACE = 2_400; // of the person, among them those of other programs
+const LEARNED = 4_000; // openings before the first round
+const TRACE = 8_000; // of the person, among them those of other programs
 
 function setting(name, fallback) {
     const value = Number(process.env[name] || fallback);
@@ -53,7 +53,7 @@ async function main() {
     const options = {
         tool: resolve(build, 'ksbrain'),
         program: resolve(build, 'ksbrain-desktop'),
-        openings: setting('OPENINGS', 60),
+        openings: setting('OPENINGS', 30),
         rounds: setting('ROUNDS', 3),
         places: setting('PLACES', 4),
         budget: setting('BUDGET', 256),

@@ -19,7 +19,7 @@
 //     none         no daemon
 //     engine       the daemon as it is
 //     most-used    the daemon with the simple rule for a predictor
-//     warm         no daemon and no drop: everything is in memory
+//     warm         no daemon and no drop: everything was read, and every program launched once, before
 
 import { execFileSync } from 'node:child_process';
 import { cpSync, mkdirSync, rmSync, writeFileSync } from 'node:fs';
@@ -138,8 +138,11 @@ export class Measurement {
         this.#copy('home-kept', 'home');
         execFileSync('sync'); // what is not on the disk cannot be dropped
         const programs = new Set(opened.map(({ program }) => program));
-        if (way === 'warm') for (const program of programs) await this.#open(program, way);
-        else this.cache.drop(this.home);
+        this.cache.drop(this.home);
+        if (way === 'warm') {
+            this.cache.fill();
+            for (const program of programs) await this.#open(program, way);
+        }
         let daemon;
         const state = `state-${way}`;
         if (PREDICTORS.includes(way)) {

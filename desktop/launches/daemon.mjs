@@ -39,7 +39,8 @@ export class Daemon {
                 this.#listeners.splice(this.#listeners.indexOf(listener), 1);
                 settle(value);
             };
-            const fail = (what) => end(reject, new Error(`ksbrain-desktop ${what}\n${lines.join('\n')}\n${this.#complaints}`));
+            const fail = (what) =>
+                end(reject, new Error([`ksbrain-desktop ${what}`, ...lines, this.#complaints].join('\n')));
             const ended = () => fail('has ended');
             const listener = (line) => {
                 lines.push(line);

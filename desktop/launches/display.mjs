@@ -8,7 +8,7 @@ import { setTimeout as wait } from 'node:timers/promises';
 import { promisify } from 'node:util';
 
 const run = promisify(execFile);
-const NOT_AN_APPLICATION = /_NET_WM_WINDOW_TYPE_(SPLASH|DIALOG|DOCK|DESKTOP|NOTIFICATION|UTILITY|TOOLTIP|MENU|POPUP_MENU|DROPDOWN_MENU)/;
+const NOT_AN_APPLICATION = /_NET_WM_WINDOW_TYPE_(SPLASH|DIALOG|DOCK|DESKTOP|NOTIFICATION|UTILITY|TOOLTIP|\w*MENU)/;
 
 export class Display {
     #children = [];

@@ -6,7 +6,8 @@ import { divide, mapHabits, rotated } from './sequence.mjs';
 import { bootstrap, byProgram, pairUp, quantile, savings } from './statistics.mjs';
 import { costOf, table } from './table.mjs';
 
-const trace = (names) => ['time,package', ...names.map((name, i) => `2024-03-04T${10 + (i >> 2)}:00:0${i % 4}Z,${name}`)].join('\n');
+const timeOf = (i) => `2024-03-04T${10 + (i >> 2)}:00:0${i % 4}Z`;
+const trace = (names) => ['time,package', ...names.map((name, i) => `${timeOf(i)},${name}`)].join('\n');
 const programs = ['big', 'small'].map((name) => ({ name }));
 
 test('the names that are used most become the programs, in their order', () => {
@@ -39,12 +40,14 @@ const WAYS = ['none', 'engine', 'most-used', 'warm'];
 function recordsOf(count, savedBy) {
     return Array.from({ length: count }, (_, place) => {
         const cold = 500 + 1000 * (place % 7);
-        return WAYS.map((way) => ({ round: place % 2, place, way, program: `p${place % 7}`, milliseconds: cold - savedBy[way](place) }));
+        const opening = { round: place % 2, place, program: `p${place % 7}` };
+        return WAYS.map((way) => ({ ...opening, way, milliseconds: cold - savedBy[way](place) }));
     }).flat();
 }
 
 test('what is saved is told apart from what differs between programs', () => {
-    const records = recordsOf(60, { none: () => 0, engine: (i) => 80 + (i % 5), 'most-used': (i) => 40 - (i % 3), warm: () => 100 });
+    const savedBy = { none: () => 0, engine: (i) => 80 + (i % 5), 'most-used': (i) => 40 - (i % 3), warm: () => 100 };
+    const records = recordsOf(60, savedBy);
     const { openings, ways, more } = savings(records, WAYS);
     assert.equal(openings, 60);
     assert.equal(ways.engine.saved.value, 82);

@@ -40,7 +40,11 @@ function draw({ saved, programs, openings, width, colors }) {
         marginRight: 30,
         style,
         color,
-        x: { label: `milliseconds saved an opening, of ${openings}; the line is the 95 % interval`, grid: true, nice: true },
+        x: {
+            label: `milliseconds saved an opening, of ${openings}; the line is the 95 % interval`,
+            grid: true,
+            nice: true,
+        },
         y: { label: null, domain: saved.map((row) => row.way) },
         marks: [
             Plot.barX(saved, { x: 'value', y: 'way', fill: 'way', fillOpacity: 0.75, insetTop: 3, insetBottom: 3 }),

@@ -12,7 +12,7 @@
 #include "desktop/Preloader.h"
 
 struct DaemonOptions {
-    size_t places = 4;                      // applications to read ahead for
+    size_t places = 3;                      // applications to read ahead for
     uint64_t budget = uint64_t{256} << 20;  // bytes from the disk after each change
     uint64_t batteryBudget = uint64_t{64} << 20;
     bool isDryRun = false;  // nothing is read ahead

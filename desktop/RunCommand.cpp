@@ -166,7 +166,7 @@ Verb makeRunVerb() {
         "Read what comes to the front from standard input, \"NAME\" or \"NAME PID\" a line, in "
         "place of X11");
     verb.number("--places N", 1, 30, options->daemon.places,
-                "Read ahead for so many applications (default: 4)");
+                "Read ahead for so many applications (default: 3)");
     verb.number("--budget MIB", 0, MOST_MIB, options->budget,
                 "Read at most so much from the disk after each change (default: 256)");
     verb.number("--battery-budget MIB", 0, MOST_MIB, options->batteryBudget,

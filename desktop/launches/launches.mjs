@@ -1,11 +1,11 @@
 // launches.mjs BUILD: measures how much sooner programs are there when ksbrain-desktop reads ahead for them,
 // and what that costs. See measure.mjs for how. BUILD is where ksbrain and ksbrain-desktop are built; what
 // comes out lies in BUILD/launches. The environment may say
-//     OPENINGS=30   in each round and way
+//     OPENINGS=24   in each round and way
 //     ROUNDS=3
 //     WAYS=none,engine,most-used,warm
 //     DISK=150:5000 as slow as a disk of 150 MB/s and 5000 reads a second (root, control groups version 1)
-//     PLACES=4 BUDGET=256   what the daemon is run with
+//     PLACES=3 BUDGET=256   what the daemon is run with
 //     SEED=1        another person's habits
 //     PROGRAMS=firefox,xterm   only these
 
@@ -53,9 +53,9 @@ async function main() {
     const options = {
         tool: resolve(build, 'ksbrain'),
         program: resolve(build, 'ksbrain-desktop'),
-        openings: setting('OPENINGS', 30),
+        openings: setting('OPENINGS', 24),
         rounds: setting('ROUNDS', 3),
-        places: setting('PLACES', 4),
+        places: setting('PLACES', 3),
         budget: setting('BUDGET', 256),
         seed: setting('SEED', 1),
         ways: process.env.WAYS ? process.env.WAYS.split(',') : WAYS,

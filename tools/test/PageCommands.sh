@@ -9,6 +9,7 @@ cd "$work"
 mkdir bin tmp
 printf '#!/bin/sh\nexec %s "$@"\n' "${2:-} $1" >bin/ksbrain
 chmod +x bin/ksbrain
+[ ! -x "${1%/*}/ksbrain-desktop" ] || ln -s "${1%/*}/ksbrain-desktop" bin
 PATH=$work/bin:$PATH HOME=$work TZ=UTC TMPDIR=$work/tmp
 export PATH HOME TZ TMPDIR
 

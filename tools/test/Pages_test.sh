@@ -39,6 +39,9 @@ obstacle() { # LINE
     *" serve --root "* | *phone/system/*) [ "$private" ] || echo "needs private mounts" ;;
     "adb "* | "ksbrain convert dump.txt "*) [ "$phone" ] || echo "without a phone" ;;
     "ksbrain synth -o phone.csv"*) [ -z "$phone" ] || echo "with a phone" ;;
+    "systemctl "* | "sudo "*) echo "changes the machine" ;;
+    "ksbrain-desktop run --verbose"*) echo "watches a desktop until it is stopped" ;;
+    *ksbrain-desktop*) [ -e "$work/bin/ksbrain-desktop" ] || echo "ksbrain-desktop is not built here" ;;
     esac
 }
 

@@ -37,6 +37,7 @@ export const SETTLE_MS = 700;
 export const STAY_MS = 1_600;
 const FIRST_RUN_MS = 1_500;
 const CLOSED_MS = 100;
+const LEAD_IN = 2; // openings before those that count: a daemon that was just started has no answer for the first
 
 const PREDICTORS = ['engine', 'most-used']; // the ways with a daemon
 
@@ -122,10 +123,10 @@ export class Measurement {
         const records = [];
         const costs = [];
         for (const [round, { before, opened }] of stretches.entries()) {
-            if (ways.some((way) => PREDICTORS.includes(way))) await this.#learn(before);
+            if (ways.some((way) => PREDICTORS.includes(way))) await this.#learn(before.slice(0, -LEAD_IN));
             for (const way of rotated(ways, round)) {
                 const begin = performance.now();
-                const cost = await this.#play(way, round, opened, records);
+                const cost = await this.#play(way, round, before.slice(-LEAD_IN), opened, records);
                 if (cost) costs.push({ way, round, openings: opened.length, ...cost });
                 const seconds = ((performance.now() - begin) / 1000).toFixed(0);
                 this.say(`round ${round + 1}, ${way}: ${opened.length} openings in ${seconds} s`);
@@ -134,10 +135,10 @@ export class Measurement {
         return { records, costs };
     }
 
-    async #play(way, round, opened, records) {
+    async #play(way, round, leadIn, opened, records) {
         this.#copy('home-kept', 'home');
         execFileSync('sync'); // what is not on the disk cannot be dropped
-        const programs = new Set(opened.map(({ program }) => program));
+        const programs = new Set([...leadIn, ...opened].map(({ program }) => program));
         this.cache.drop(this.home);
         if (way === 'warm') {
             this.cache.fill();
@@ -147,8 +148,9 @@ export class Measurement {
         const state = `state-${way}`;
         if (PREDICTORS.includes(way)) {
             this.#copy('learned', state);
-            daemon = await this.#daemon(state, way, [], opened[0].time);
+            daemon = await this.#daemon(state, way, [], leadIn[0].time);
         }
+        for (const { program } of leadIn) await this.#open(program, way, daemon);
         const started = daemon?.cost();
         const before = daemon && statusOf(this.options.program, this.#at(state));
         for (const [place, { program }] of opened.entries()) {

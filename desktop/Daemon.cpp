@@ -93,7 +93,7 @@ void Daemon::judge(const FrontApplication& app) {
     if (!mNext.empty()) ++mTotals.answered;
     if (place != end) ++mTotals.hits;
     if (mIsLaunch) ++mTotals.launches;
-    if (mIsLaunch && mReady.count(app.name) != 0) ++mTotals.foreseen;
+    if (mReady.erase(app.name) != 0 && mIsLaunch) ++mTotals.foreseen;
     say("front " + app.name + (mIsLaunch ? ", launched" : "") + ": " +
         (place != end ? "number " + std::to_string(place - mNext.begin() + 1) + " of the prediction"
          : mNext.empty() ? "nothing was predicted"
@@ -144,7 +144,6 @@ void Daemon::recordNeeds() {
             mTotals.bytesUsed += mReadAhead[mFront.name];
         }
         mReadAhead.erase(mFront.name);
-        mReady.erase(mFront.name);
     }
     say(line);
 }

@@ -92,6 +92,12 @@ TEST_F(DaemonTest, ReadsForTheFirstThatDoNotRun) {
     open("com.a");
     open("com.d");
     EXPECT_EQ(1, mStore.totals().foreseen);
+    mPredictor.next = {};
+    open("com.a");
+    EXPECT_EQ(2, mStore.totals().foreseen) << "it was read ahead for again";
+    open("com.d");
+    open("com.a");
+    EXPECT_EQ(2, mStore.totals().foreseen) << "and not since";
     EXPECT_GE(mStore.totals().bytesRead, 60 * PAGE_BYTES);
 }
 

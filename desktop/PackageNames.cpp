@@ -3,6 +3,7 @@
 #include <cinttypes>
 #include <cstdint>
 
+#include "preload/PackageName.h"
 #include "tools/common/Text.h"
 
 namespace {
@@ -17,18 +18,13 @@ uint64_t hashOf(std::string_view text) {
     return hash;
 }
 
-bool isTaken(char c) {
-    return c == '.' || c == '_' || (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') ||
-           (c >= 'a' && c <= 'z');
-}
-
 }  // namespace
 
 std::string packageNameOf(std::string_view text) {
     const bool isLong = text.size() > MAX_NAME;
     std::string name(text.substr(0, isLong ? MAX_NAME - HASH_LENGTH : MAX_NAME));
     for (char& c : name) {
-        if (!isTaken(c)) c = '_';
+        if (!isPackageCharacter(c)) c = '_';
     }
     return isLong ? name + formatted("_%016" PRIx64, hashOf(text)) : name;
 }

@@ -8,7 +8,7 @@
 # make bench       measure what must be fast, each beside a reference
 # make stress      run the threaded tests 200 times over (REPEAT=N for another number)
 # make arm64       cross-build everything for 64-bit Arm into build-arm64/
-# make test-arm64, test-engine-arm64   and run the tests under emulation
+# make test-arm64, test-engine-arm64   and run the tests, or the engine's own, under emulation
 # make install     the public headers, libraries and package files below PREFIX (DESTDIR before it)
 # make fuzz, faults, soak, coverage   attack the engine and measure what its tests reach (cmake/attack.mk)
 # make kills       kill running replays 300 times (KILLS=N) and judge what each next start finds
@@ -66,10 +66,10 @@ test: tests
 
 engine-tests:
 	@cmake/setup.sh build tests
-	$(call here,-DKSBRAIN_TESTS=ON,engine_tests)
+	$(call here,-DKSBRAIN_TESTS=ON,engine_tests host_tests)
 
 test-engine: engine-tests
-	$(call run-tests,$(BUILD),-L engine)
+	$(call run-tests,$(BUILD),-L 'engine|host')
 
 everything:
 	@$(MAKE) lint

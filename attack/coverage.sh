@@ -6,7 +6,7 @@ set -eu
 folder=$(cd "$1" && pwd)
 cd "$(dirname "$0")/.."
 rm -rf "$folder/profiles"
-LLVM_PROFILE_FILE="$folder/profiles/%2m.profraw" ctest --test-dir "$folder" -L engine \
+LLVM_PROFILE_FILE="$folder/profiles/%2m.profraw" ctest --test-dir "$folder" -L 'engine|host' \
     -j "$(nproc)" --output-on-failure >"$folder/coverage.log" || { tail -50 "$folder/coverage.log"; exit 1; }
 llvm-profdata merge -o "$folder/coverage" "$folder"/profiles/*.profraw
 

@@ -1,6 +1,8 @@
-# How tests are built. None is part of the default build: the target `tests` builds them all. Those of the
-# engine, and of the tools that share its threads or files, have the label "engine" and the target
-# `engine_tests`: sanitizers and the emulator have something to say about them.
+# How tests are built. None is part of the default build: the target `tests` builds them all. A label says
+# which are worth their time where, and has a target (`engine_tests`):
+#     engine   the engine's own: under sanitizers and an emulator too
+#     host     of the tools that share its threads or files: under sanitizers too
+#     tools    all others
 
 include(GoogleTest)
 enable_testing()
@@ -11,8 +13,9 @@ set(INSTALL_GTEST OFF)
 add_subdirectory(${GOOGLETEST_SOURCE_DIR} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 
 add_custom_target(engine_tests)
+add_custom_target(host_tests)
 add_custom_target(tools_tests)
-add_custom_target(tests DEPENDS engine_tests tools_tests)
+add_custom_target(tests DEPENDS engine_tests host_tests tools_tests)
 
 # The label of the tests in this folder and below.
 set(KSBRAIN_TEST_LABEL tools)

@@ -34,5 +34,5 @@ soak:
 coverage:
 	@cmake/setup.sh build tests coverage
 	$(call configure-and-build,build-coverage,-DCMAKE_CXX_COMPILER=clang++ -DKSBRAIN_TESTS=ON \
-	    -DCMAKE_CXX_FLAGS="-fprofile-instr-generate -fcoverage-mapping",engine_tests)
+	    -DCMAKE_CXX_FLAGS="-fprofile-instr-generate -fcoverage-mapping",engine_tests host_tests)
 	@attack/coverage.sh build-coverage

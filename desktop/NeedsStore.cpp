@@ -14,8 +14,9 @@
 
 namespace {
 
-constexpr int MOST_APPS = 200;
-constexpr int WAIT_MS = 2000;  // for another process that reads
+constexpr int MOST_NEEDS = 200;    // applications whose files are known
+constexpr int MOST_COUNTS = 1000;  // ... whose openings are
+constexpr int WAIT_MS = 2000;      // for another process that reads
 
 constexpr char SCHEMA[] =
     "PRAGMA cache_size = -512;"  // KiB
@@ -158,7 +159,7 @@ void NeedsStore::setNeeds(const std::string& app, const std::vector<FileNeed>& f
     stored = stored && Statement(mDatabase,
                                  "DELETE FROM file WHERE app NOT IN"
                                  " (SELECT id FROM app ORDER BY seen DESC, id DESC LIMIT ?)")
-                           .bind(MOST_APPS)
+                           .bind(MOST_NEEDS)
                            .run();
     if (!stored) complain();
     execute(stored ? "COMMIT" : "ROLLBACK");
@@ -198,7 +199,13 @@ void NeedsStore::countOpening(const std::string& app) {
             .bind(app)
             .bind(environment::now())
             .run();
-    if (!done) complain();
+    const bool bounded =
+        done && Statement(mDatabase,
+                          "DELETE FROM app WHERE id NOT IN"
+                          " (SELECT id FROM app ORDER BY seen DESC, id DESC LIMIT ?)")
+                    .bind(MOST_COUNTS)
+                    .run();
+    if (!bounded) complain();
 }
 
 std::vector<std::string> NeedsStore::mostOpened(size_t count) {

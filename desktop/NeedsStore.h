@@ -44,6 +44,7 @@ class NeedsStore {
     // The file is not any more what it was.
     void forget(const std::string& app, const std::string& path);
 
+    // Of the 1,000 applications that have been seen last.
     void countOpening(const std::string& app);
     // The most often opened ones first.
     std::vector<std::string> mostOpened(size_t count);

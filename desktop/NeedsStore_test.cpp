@@ -58,12 +58,17 @@ TEST_F(NeedsStoreTest, GivesBackWhatItWasGiven) {
     EXPECT_EQ(1, store.needs("com.b").size()) << "another's";
 }
 
-TEST_F(NeedsStoreTest, ForgetsTheNeedsOfThoseNotSeenForLongest) {
+TEST_F(NeedsStoreTest, ForgetsThoseNotSeenForLongest) {
     NeedsStore store(mPath);
     for (int i = 0; i < 201; ++i) store.setNeeds("com.app" + std::to_string(i), {need("/f", 1)});
     EXPECT_TRUE(store.needs("com.app0").empty());
     EXPECT_FALSE(store.needs("com.app1").empty());
     EXPECT_FALSE(store.needs("com.app200").empty());
+
+    for (int i = 0; i < 1001; ++i) store.countOpening("com.app" + std::to_string(i));
+    const std::vector<std::string> counted = store.mostOpened(2000);
+    EXPECT_EQ(1000, counted.size());
+    EXPECT_EQ("com.app1", counted.front());
 }
 
 TEST_F(NeedsStoreTest, BeginsAnewBesideAFileThatIsNoStore) {

@@ -24,12 +24,25 @@ import { table } from './table.mjs';
 
 const programs = PROGRAMS.filter(({ name }) => !process.env.PROGRAMS || process.env.PROGRAMS.split(',').includes(name));
 const LEARNED = 4_000; // openings before the first round
-const TRACE = 8_000; // of the person, among them those of other programs
+const TRACE = 8_000; // of the person, among them those of other programs; more when these are too few
+const LONGEST_TRACE = 128_000;
 
 function setting(name, fallback) {
     const value = Number(process.env[name] || fallback);
     if (!Number.isInteger(value) || value < 1) throw new Error(`${name}=${process.env[name]} is no number`);
     return value;
+}
+
+// The person's openings of the programs that there are, at least as many as are needed.
+function habitsOf({ tool, seed }, needed) {
+    let habits;
+    for (let count = TRACE; count <= LONGEST_TRACE; count *= 2) {
+        const synth = ['synth', '--quiet', '--openings', String(count), '--seed', String(seed)];
+        const trace = execFileSync(tool, synth, { encoding: 'utf8', maxBuffer: 2 ** 28 });
+        habits = mapHabits(trace, programs);
+        if (habits.openings.length >= needed) break;
+    }
+    return habits;
 }
 
 function head(load, disk, speed, limit, cache, options) {
@@ -64,9 +77,7 @@ async function main() {
     const [load] = loadavg();
     const withDaemon = options.ways.some((way) => way === 'engine' || way === 'most-used');
 
-    const synth = ['synth', '--quiet', '--openings', String(TRACE), '--seed', String(options.seed)];
-    const trace = execFileSync(options.tool, synth, { encoding: 'utf8' });
-    const { openings, anHour } = mapHabits(trace, programs);
+    const { openings, anHour } = habitsOf(options, LEARNED + options.rounds * options.openings);
     const stretches = divide(openings, LEARNED, options.rounds, options.openings);
 
     const out = resolve(build, 'launches');

@@ -9,6 +9,9 @@
 
 namespace {
 
+constexpr mode_t MODE = 0666;
+constexpr size_t MAX_BYTES = 256 << 20;  // far above the longest history
+
 enum class Presence { ABSENT, PRESENT, UNKNOWN };
 
 Presence presenceOf(const std::string& path) {
@@ -29,9 +32,9 @@ bool move(const std::string& from, const std::string& to) {
 }  // namespace
 
 FileRead PersistentFile::load(std::string& text) {
-    FileRead result = readFile(mBackupPath, text);
+    FileRead result = readFile(mBackupPath, MAX_BYTES, text);
     if (result == FileRead::READ) move(mBackupPath, mPath);
-    if (result == FileRead::MISSING) result = readFile(mPath, text);
+    if (result == FileRead::MISSING) result = readFile(mPath, MAX_BYTES, text);
     mReadError = result == FileRead::FAILED ? errno : 0;
     return result;
 }
@@ -70,7 +73,7 @@ PersistentFile::Store PersistentFile::stepAside() const {
 
 PersistentFile::Store PersistentFile::write(const std::string& text) const {
     const bool synced = mDurability == DURABLE;
-    switch (writeFile(mPath, text, synced)) {
+    switch (writeFile(mPath, MODE, text, synced)) {
         case FileWrite::OPEN_FAILED:
             return Store::OPEN_FAILED;
         case FileWrite::WRITE_FAILED:
@@ -98,10 +101,10 @@ PersistentFile::Store PersistentFile::discardBackup() const {
 
 bool PersistentFile::append(const std::string& text) const {
     std::string whole;
-    const FileRead backup = readFile(mBackupPath, whole);
+    const FileRead backup = readFile(mBackupPath, MAX_BYTES, whole);
     if (backup == FileRead::FAILED) return false;
     if (backup == FileRead::READ && !move(mBackupPath, mPath)) return false;
-    return appendToFile(mPath, text);
+    return appendToFile(mPath, MODE, text);
 }
 
 bool PersistentFile::remove() const {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "preload/FileAccess.h"
+#include "base/FileAccess.h"
 #include "preload/FileNames.h"
 
 // A file that is always rewritten as a whole and never loses what it held: the last complete copy

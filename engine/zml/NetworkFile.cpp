@@ -1,7 +1,5 @@
 #include "zml/NetworkFile.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "base/Environment.h"
+#include "base/FileAccess.h"
 #include "zml/Crc32.h"
 #include "zml/Learner.h"
 
@@ -32,55 +30,7 @@ constexpr size_t CHECKSUM_SIZE = 4;
 // Far above every learner's need: what is bigger was not written here.
 constexpr size_t MAX_PARAMETERS = 4 << 20;
 
-class Descriptor {
-  public:
-    explicit Descriptor(int fd) : mFd(fd) {}
-    ~Descriptor() {
-        if (mFd >= 0) close(mFd);
-    }
-
-    bool isOpen() const { return mFd >= 0; }
-    int get() const { return mFd; }
-
-  private:
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    const int mFd;
-};
-
-bool readAll(int fd, Bytes& bytes) {
-    size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t count = read(fd, bytes.data() + done, bytes.size() - done);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        done += static_cast<size_t>(count);
-    }
-    return true;
-}
-
-bool writeAll(int fd, const Bytes& bytes) {
-    size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t count = write(fd, bytes.data() + done, bytes.size() - done);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return false;
-        done += static_cast<size_t>(count);
-    }
-    return true;
-}
-
-bool writeSynced(const std::string& path, const Bytes& bytes) {
-    const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    return file.isOpen() && writeAll(file.get(), bytes) && environment::sync(file.get());
-}
-
-// Makes a rename in the directory durable.
-bool syncDirectory(const std::string& path) {
-    const Descriptor directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return directory.isOpen() && environment::sync(directory.get());
-}
+constexpr mode_t MODE = 0600;
 
 Bytes encode(const StoredNetwork& network) {
     Bytes bytes(MAGIC, MAGIC + MAGIC_SIZE);
@@ -123,31 +73,21 @@ std::optional<NetworkHeader> NetworkFile::readHeader(const Bytes& bytes) {
 }
 
 NetworkFile::NetworkFile(const std::string& directory, const std::string& session)
-    : mDirectory(directory),
-      mPath(directory + "/" + session + ".zml"),
-      mTemporaryPath(mPath + ".tmp") {}
+    : mPath(directory + "/" + session + ".zml"), mTemporaryPath(mPath + ".tmp") {}
 
 NetworkFile::Read NetworkFile::read(StoredNetwork& network, std::string& problem) const {
-    const Descriptor file(open(mPath.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat status {};
-    if (!file.isOpen() || fstat(file.get(), &status) != 0) {
-        if (errno == ENOENT) return Read::MISSING;
-        environment::noteStorageFailure(mPath, errno);
-        problem = strerror(errno);
-        return Read::UNUSABLE;
+    std::string content;
+    switch (readFile(mPath, HEADER_SIZE + MAX_PARAMETERS + CHECKSUM_SIZE, content)) {
+        case FileRead::MISSING:
+            return Read::MISSING;
+        case FileRead::FAILED:
+            problem = strerror(errno);
+            return Read::UNUSABLE;
+        case FileRead::READ:
+            break;
     }
-    if (!S_ISREG(status.st_mode) ||
-        static_cast<uint64_t>(status.st_size) > HEADER_SIZE + MAX_PARAMETERS + CHECKSUM_SIZE) {
-        problem = "not a network";
-        return Read::UNUSABLE;
-    }
-    Bytes bytes(static_cast<size_t>(status.st_size));
-    if (readAll(file.get(), bytes)) {
-        problem = findProblem(bytes);
-    } else {
-        environment::noteStorageFailure(mPath, errno);
-        problem = "not readable";
-    }
+    const Bytes bytes(content.begin(), content.end());
+    problem = findProblem(bytes);
     if (!problem.empty()) return Read::UNUSABLE;
     network.kind = readU32(bytes, KIND_OFFSET);
     network.parameters.assign(bytes.begin() + HEADER_SIZE, bytes.end() - CHECKSUM_SIZE);
@@ -159,9 +99,11 @@ bool NetworkFile::write(const StoredNetwork& network) const {
         errno = EFBIG;
         return false;
     }
-    if (writeSynced(mTemporaryPath, encode(network)) &&
+    const Bytes bytes = encode(network);
+    const std::string_view content(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (writeFile(mTemporaryPath, MODE, content, true) == FileWrite::WRITTEN &&
         rename(mTemporaryPath.c_str(), mPath.c_str()) == 0) {
-        return syncDirectory(mDirectory);
+        return syncDirectoryOf(mPath);
     }
     const int error = errno;
     unlink(mTemporaryPath.c_str());

@@ -58,7 +58,6 @@ class NetworkFile {
     bool write(const StoredNetwork& network) const;
 
   private:
-    const std::string mDirectory;
     const std::string mPath;
     const std::string mTemporaryPath;
 };

@@ -1,4 +1,4 @@
-#include "preload/FileAccess.h"
+#include "base/FileAccess.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,17 +10,12 @@
 
 namespace {
 
-constexpr mode_t FILE_MODE = 0666;
-
-// Far above the longest history.
-constexpr off_t MAX_BYTES = 256 << 20;
-
 // Closed at the end of its life, with errno as it was.
 class Descriptor {
   public:
     // Never waits, as opening a pipe would.
-    Descriptor(const std::string& path, int flags)
-        : mNumber(open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, FILE_MODE)) {}
+    Descriptor(const std::string& path, int flags, mode_t mode = 0)
+        : mNumber(open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, mode)) {}
     ~Descriptor() {
         const int error = errno;
         if (mNumber >= 0) close(mNumber);
@@ -55,26 +50,26 @@ ssize_t transfer(Call call, int descriptor, Buffer* buffer, size_t size) {
     return count;
 }
 
-bool readAll(const Descriptor& file, size_t size, std::string& text) {
+bool readAll(const Descriptor& file, size_t size, std::string& content) {
     constexpr size_t SPARE = 1;  // what is left of the room shows the end
     size_t filled = 0;
-    text.resize(size + SPARE);
+    content.resize(size + SPARE);
     while (true) {
         const ssize_t count =
-            transfer(read, file.number(), text.data() + filled, text.size() - filled);
+            transfer(read, file.number(), content.data() + filled, content.size() - filled);
         if (count < 0) return false;
         filled += static_cast<size_t>(count);
         if (count == 0) break;
-        if (filled == text.size()) text.resize(2 * filled);  // it has grown meanwhile
+        if (filled == content.size()) content.resize(2 * filled);  // it has grown meanwhile
     }
-    text.resize(filled);
+    content.resize(filled);
     return true;
 }
 
-bool writeAll(const Descriptor& file, const std::string& text) {
-    for (size_t written = 0; written < text.size();) {
+bool writeAll(const Descriptor& file, std::string_view content) {
+    for (size_t written = 0; written < content.size();) {
         const ssize_t count =
-            transfer(write, file.number(), text.data() + written, text.size() - written);
+            transfer(write, file.number(), content.data() + written, content.size() - written);
         if (count < 0) return false;
         written += static_cast<size_t>(count);
     }
@@ -90,39 +85,39 @@ void note(const std::string& path) {
 
 }  // namespace
 
-FileRead readFile(const std::string& path, std::string& text) {
+FileRead readFile(const std::string& path, size_t maxBytes, std::string& content) {
     const Descriptor file(path, O_RDONLY);
     if (file.number() < 0 && isAbsence(errno)) return FileRead::MISSING;
     off_t size = 0;
     if (file.isRegular(size)) {
-        if (size > MAX_BYTES) {
+        if (static_cast<uint64_t>(size) > maxBytes) {
             errno = EFBIG;
-        } else if (readAll(file, static_cast<size_t>(size), text)) {
+        } else if (readAll(file, static_cast<size_t>(size), content)) {
             return FileRead::READ;
         }
     }
     note(path);
-    text.clear();
+    content.clear();
     return FileRead::FAILED;
 }
 
-FileWrite writeFile(const std::string& path, const std::string& text, bool synced) {
-    const Descriptor file(path, O_WRONLY | O_CREAT | O_TRUNC);
+FileWrite writeFile(const std::string& path, mode_t mode, std::string_view content, bool synced) {
+    const Descriptor file(path, O_WRONLY | O_CREAT | O_TRUNC, mode);
     FileWrite result = FileWrite::WRITTEN;
     if (file.number() < 0) {
         result = FileWrite::OPEN_FAILED;
-    } else if (!writeAll(file, text) || (synced && !environment::sync(file.number()))) {
+    } else if (!writeAll(file, content) || (synced && !environment::sync(file.number()))) {
         result = FileWrite::WRITE_FAILED;
     }
     if (result != FileWrite::WRITTEN) note(path);
     return result;
 }
 
-bool appendToFile(const std::string& path, const std::string& text) {
-    const Descriptor file(path, O_WRONLY | O_CREAT | O_APPEND);
+bool appendToFile(const std::string& path, mode_t mode, std::string_view content) {
+    const Descriptor file(path, O_WRONLY | O_CREAT | O_APPEND, mode);
     off_t size = 0;
     const bool regular = file.isRegular(size);
-    if (regular && writeAll(file, text)) return true;
+    if (regular && writeAll(file, content)) return true;
     note(path);
     // A name that was cut would be read back as another one.
     if (regular && ftruncate(file.number(), size) != 0) note(path);

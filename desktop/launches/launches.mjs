@@ -1,12 +1,13 @@
 // launches.mjs BUILD: measures how much sooner programs are there when ksbrain-desktop reads ahead for them,
 // and what that costs. See measure.mjs for how. BUILD is where ksbrain and ksbrain-desktop are built; what
 // comes out lies in BUILD/launches. The environment may say
-//     OPENINGS=24   in each round and way
-//     ROUNDS=3
+//     ROUNDS=8      each another person's habits
+//     OPENINGS=12   in each round and way
 //     WAYS=none,engine,most-used,warm
+//     ORDER=listed  everybody's favourites are those that stand first in programs.mjs; otherwise each has others
 //     DISK=150:5000 as slow as a disk of 150 MB/s and 5000 reads a second (root, control groups version 1)
 //     PLACES=3 BUDGET=256   what the daemon is run with
-//     SEED=1        another person's habits
+//     SEED=1        the first person; the next ones follow
 //     PROGRAMS=firefox,xterm   only these
 
 import { execFileSync } from 'node:child_process';
@@ -19,7 +20,8 @@ import { IdleDaemon } from './idle.mjs';
 import { DROP_MS, Measurement, SETTLE_MS, STAY_MS, WAYS } from './measure.mjs';
 import { drawPicture } from './picture.mjs';
 import { PROGRAMS } from './programs.mjs';
-import { divide, mapHabits } from './sequence.mjs';
+import { dealt, divide, mapHabits } from './sequence.mjs';
+import { mean } from './statistics.mjs';
 import { table } from './table.mjs';
 
 const programs = PROGRAMS.filter(({ name }) => !process.env.PROGRAMS || process.env.PROGRAMS.split(',').includes(name));
@@ -33,13 +35,14 @@ function setting(name, fallback) {
     return value;
 }
 
-// The person's openings of the programs that there are, at least as many as are needed.
-function habitsOf({ tool, seed }, needed) {
+// A person's openings of the programs that there are, at least as many as are needed.
+function habitsOf({ tool, isListed }, seed, needed) {
+    const favourites = isListed ? programs : dealt(programs, seed);
     let habits;
     for (let count = TRACE; count <= LONGEST_TRACE; count *= 2) {
         const synth = ['synth', '--quiet', '--openings', String(count), '--seed', String(seed)];
         const trace = execFileSync(tool, synth, { encoding: 'utf8', maxBuffer: 2 ** 28 });
-        habits = mapHabits(trace, programs);
+        habits = mapHabits(trace, favourites);
         if (habits.openings.length >= needed) break;
     }
     return habits;
@@ -47,7 +50,7 @@ function habitsOf({ tool, seed }, needed) {
 
 function head(load, disk, speed, limit, cache, options) {
     const system = /^PRETTY_NAME="(.*)"$/m.exec(readFileSync('/etc/os-release', 'utf8'))?.[1] ?? 'unknown system';
-    const { openings, rounds, ways, places, budget, seed } = options;
+    const { openings, rounds, ways, places, budget, seed, isListed } = options;
     return [
         `${system}, Linux ${release()}, ${cpus().length} processors, ${(totalmem() / 2 ** 30).toFixed(0)} GiB, ` +
             `load ${load.toFixed(1)} before`,
@@ -55,7 +58,8 @@ function head(load, disk, speed, limit, cache, options) {
             `scheduler ${disk.scheduler}; ${limit ? `held to ${limit} (MB/s:reads/s)` : 'not slowed down'}`,
         `dropped between openings: ${cache.how}; window + ${DROP_MS} ms, settled + ${SETTLE_MS} ms, ` +
             `closed + ${STAY_MS} ms or later`,
-        `${rounds} rounds of ${openings} openings, ${ways.join(', ')}; seed ${seed}, ${LEARNED} openings learned; ` +
+        `${rounds} persons (seed ${seed}) of ${openings} openings, ${ways.join(', ')}; ` +
+            `${isListed ? 'favourites as listed' : 'favourites dealt'}; ${LEARNED} openings learned; ` +
             `${places} places, ${budget} MiB`,
     ];
 }
@@ -66,19 +70,23 @@ async function main() {
     const options = {
         tool: resolve(build, 'ksbrain'),
         program: resolve(build, 'ksbrain-desktop'),
-        openings: setting('OPENINGS', 24),
-        rounds: setting('ROUNDS', 3),
+        openings: setting('OPENINGS', 12),
+        rounds: setting('ROUNDS', 8),
         places: setting('PLACES', 3),
         budget: setting('BUDGET', 256),
         seed: setting('SEED', 1),
+        isListed: process.env.ORDER === 'listed',
         ways: process.env.WAYS ? process.env.WAYS.split(',') : WAYS,
     };
     for (const way of options.ways) if (!WAYS.includes(way)) throw new Error(`WAYS: there is no way ${way}`);
     const [load] = loadavg();
     const withDaemon = options.ways.some((way) => way === 'engine' || way === 'most-used');
 
-    const { openings, anHour } = habitsOf(options, LEARNED + options.rounds * options.openings);
-    const stretches = divide(openings, LEARNED, options.rounds, options.openings);
+    const habits = Array.from({ length: options.rounds }, (_, round) =>
+        habitsOf(options, options.seed + round, LEARNED + options.openings),
+    );
+    const stretches = habits.map(({ openings }) => divide(openings, LEARNED, options.openings));
+    const anHour = mean(habits.map((person) => person.anHour));
 
     const out = resolve(build, 'launches');
     const work = join(out, 'work');

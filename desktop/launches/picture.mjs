@@ -48,7 +48,7 @@ function draw({ saved, programs, openings, width, colors }) {
         y: { label: null, domain: saved.map((row) => row.way) },
         marks: [
             Plot.barX(saved, { x: 'value', y: 'way', fill: 'way', fillOpacity: 0.75, insetTop: 3, insetBottom: 3 }),
-            Plot.ruleY(saved, { x1: 'low', x2: 'high', y: 'way', strokeWidth: 2, marker: 'tick' }),
+            Plot.ruleY(saved.filter(({ low }) => low !== undefined), { x1: 'low', x2: 'high', y: 'way', strokeWidth: 2, marker: 'tick' }),
             Plot.text(saved, { x: 0, y: 'way', text: label, textAnchor: 'start', dx: 6, dy: -10, fontWeight: 600 }),
             Plot.ruleX([0]),
         ],

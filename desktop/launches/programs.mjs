@@ -1,5 +1,5 @@
-// The programs that are opened, the ones opened most often first: a browser, what one writes, reads and
-// tidies files with, then what is needed now and then. Their Debian packages are in cmake/setup.sh, under
+// The programs that are opened; where everybody has the same favourites, in this order: a browser, what one
+// writes, reads and tidies files with, then what is needed now and then. Their Debian packages are in cmake/setup.sh, under
 // the purpose `launches`.
 
 import { mkdirSync, writeFileSync } from 'node:fs';

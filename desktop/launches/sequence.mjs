@@ -1,4 +1,6 @@
-// What is opened, and in which order: a made-up person's habits, put upon the programs that there are.
+// What is opened, and in which order: made-up persons' habits, put upon the programs that there are.
+
+import { generator } from './statistics.mjs';
 
 // `trace`: CSV with a header, "time,name" a line. The names that are used most become the programs, in
 // their order; what else that person opens is left out, and what then follows itself is one opening: { time,
@@ -22,15 +24,20 @@ export function mapHabits(trace, programs) {
     return { openings, anHour: openings.length / hours.size };
 }
 
-// What each round opens, and all that was opened before and is learned: a round goes on where the one before
-// it ended, so that together they stand for more than one stretch of somebody's days.
-export function divide(openings, learned, rounds, perRound) {
-    const needed = learned + rounds * perRound;
-    if (openings.length < needed) throw new Error(`the habits have ${openings.length} openings, not ${needed}`);
-    return Array.from({ length: rounds }, (_, round) => {
-        const begin = learned + round * perRound;
-        return { before: openings.slice(0, begin), opened: openings.slice(begin, begin + perRound) };
-    });
+// The programs in an order of the person's own: what one opens all day, another needs once a week. How long
+// a program takes to start then says nothing about how often it is opened.
+export function dealt(programs, seed) {
+    const random = generator(seed);
+    const left = [...programs];
+    return programs.map(() => left.splice(Math.floor(random() * left.length), 1)[0]);
+}
+
+// What is opened in a round, and all that was opened before and is learned.
+export function divide(openings, learned, opened) {
+    if (openings.length < learned + opened) {
+        throw new Error(`the habits have ${openings.length} openings, not ${learned + opened}`);
+    }
+    return { before: openings.slice(0, learned), opened: openings.slice(learned, learned + opened) };
 }
 
 // The ways in another order each round, so that none always comes first.

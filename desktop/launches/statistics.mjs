@@ -1,9 +1,7 @@
 // What the times say, and how sure that is.
 
-const RESAMPLES = 10_000;
-
 // Numbers from 0 to 1, the same each time (mulberry32).
-function generator(seed) {
+export function generator(seed) {
     let state = seed;
     return () => {
         state = (state + 0x6d2b79f5) | 0;
@@ -23,25 +21,31 @@ export function quantile(values, part) {
     return sorted[below] + (place - below) * (sorted[above] - sorted[below]);
 }
 
-// Openings whole, with their time in every way, or another value: what makes one slow makes it so in all of
-// them.
+// Openings whole, with their round and their time in every way, or another value: what makes one slow makes it
+// so in all of them.
 export function pairUp(records, ways, value = ({ milliseconds }) => milliseconds) {
     const openings = new Map();
     for (const record of records) {
         const key = `${record.round}.${record.place}`;
-        if (!openings.has(key)) openings.set(key, {});
+        if (!openings.has(key)) openings.set(key, { round: record.round });
         openings.get(key)[record.way] = value(record);
     }
     return [...openings.values()].filter((opening) => ways.every((way) => way in opening));
 }
 
-// A figure of the openings and where it lies in 95 of 100 samples that are drawn from them.
-export function bootstrap(openings, figure, seed = 1) {
+// A figure of the openings and where it lies in 95 of 100 samples that are drawn from them, by whole rounds:
+// the openings of a round share a person, and the minutes in which a way was measured. One round has no limits.
+export function bootstrap(openings, figure, seed = 1, resamples = 10_000) {
     const random = generator(seed);
-    const figures = Array.from({ length: RESAMPLES }, () =>
-        figure(Array.from(openings, () => openings[Math.floor(random() * openings.length)])),
+    const rounds = [...new Set(openings.map(({ round }) => round))].map((round) =>
+        openings.filter((opening) => opening.round === round),
     );
-    return { value: figure(openings), low: quantile(figures, 0.025), high: quantile(figures, 0.975) };
+    const value = figure(openings);
+    if (rounds.length < 2) return { value };
+    const figures = Array.from({ length: resamples }, () =>
+        figure(rounds.flatMap(() => rounds[Math.floor(random() * rounds.length)])),
+    );
+    return { value, low: quantile(figures, 0.025), high: quantile(figures, 0.975) };
 }
 
 const saved = (way) => (openings) => mean(openings.map((opening) => opening.none - opening[way]));
@@ -59,8 +63,9 @@ export function savings(records, ways) {
         if (way === 'warm' || !ways.includes('warm')) continue;
         result.ways[way].share = bootstrap(openings, (some) => saved(way)(some) / saved('warm')(some));
     }
-    if (['none', 'engine', 'most-used'].every((way) => ways.includes(way))) {
-        result.more = bootstrap(openings, (some) => saved('engine')(some) - saved('most-used')(some));
+    if (['engine', 'most-used'].every((way) => ways.includes(way))) {
+        const sooner = (some) => mean(some.map((opening) => opening['most-used'] - opening.engine));
+        result.more = bootstrap(openings, sooner);
     }
     return result;
 }

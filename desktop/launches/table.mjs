@@ -5,7 +5,8 @@ import { byProgram, mean, pairUp, savings } from './statistics.mjs';
 const MIB = 1 << 20;
 
 const whole = (value) => (value === undefined ? '' : value.toFixed(0));
-const interval = ({ value, low, high }, show) => `${show(value)} (${show(low)} to ${show(high)})`;
+const interval = ({ value, low, high }, show) =>
+    show(value) + (low === undefined ? '' : ` (${show(low)} to ${show(high)})`);
 const percent = (value) => `${(100 * value).toFixed(0)} %`;
 
 // Lines of cells below each other: the first column to the left, the others to the right.

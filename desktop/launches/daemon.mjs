@@ -18,7 +18,8 @@ export class Daemon {
     // `words`: of `run`, but for the state directory.
     static async start(program, state, words, environment) {
         const daemon = new Daemon();
-        const child = spawn(program, ['run', '--state', state, '--verbose', ...words], { env: environment });
+        const options = { env: environment, detached: true }; // Ctrl-C is not for it
+        const child = spawn(program, ['run', '--state', state, '--verbose', ...words], options);
         daemon.#child = child;
         createInterface({ input: child.stdout }).on('line', (line) => {
             for (const listener of [...daemon.#listeners]) listener(line);

@@ -48,7 +48,7 @@ export class Display {
     }
 
     #spawn(program, words, options) {
-        const child = spawn(program, words, options);
+        const child = spawn(program, words, { ...options, detached: true }); // Ctrl-C is not for it
         this.#children.push(child);
         return child;
     }

@@ -28,6 +28,7 @@ const programs = PROGRAMS.filter(({ name }) => !process.env.PROGRAMS || process.
 const LEARNED = 4_000; // openings before the first round
 const TRACE = 8_000; // of the person, among them those of other programs; more when these are too few
 const LONGEST_TRACE = 128_000;
+const stopping = new AbortController();
 
 function setting(name, fallback) {
     const value = Number(process.env[name] || fallback);
@@ -109,7 +110,9 @@ async function main() {
         say('the daemon has seen each program once');
         idleDaemon = await IdleDaemon.start(options.program, work, measurement.environment);
     }
-    const { records, costs } = await measurement.rounds(stretches, options.ways);
+    const { records, costs, failure } = await measurement.rounds(stretches, options.ways, stopping.signal);
+    if (failure && records.length === 0) throw failure;
+    options.rounds = new Set(records.map(({ round }) => round)).size;
     const idle = await idleDaemon?.stop();
     const lines = head(load, disk, speed, process.env.DISK, cache, options);
     const late = records.filter(({ way, dropped }) => way !== 'warm' && dropped > SETTLE_MS).length;
@@ -124,6 +127,7 @@ async function main() {
     console.log(text);
     await drawPicture(result, resolve(build, 'page'), out);
     rmSync(work, { recursive: true, force: true });
+    if (failure) throw new Error(`only ${options.rounds} rounds, then: ${failure.message}`);
 }
 
 // One of the programs, that is long enough to be timed.
@@ -132,7 +136,13 @@ function longFile() {
     return realpathSync(files.find((file) => existsSync(file)));
 }
 
-for (const signal of ['SIGINT', 'SIGTERM']) process.on(signal, () => process.exit(1));
+// Ctrl-C lets the round end and tells what came out so far; once more, and it ends at once.
+process.on('SIGINT', () => {
+    if (stopping.signal.aborted) process.exit(1);
+    stopping.abort();
+    console.error('stops after this round; Ctrl-C again: at once');
+});
+process.on('SIGTERM', () => process.exit(1));
 main().then(
     () => process.exit(0),
     (error) => {

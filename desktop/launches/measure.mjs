@@ -118,19 +118,34 @@ export class Measurement {
         execFileSync(this.options.tool, words, { env: this.environment, stdio: ['ignore', 'ignore', 'inherit'] });
     }
 
-    // One record an opening, and one for what each daemon has cost.
-    async rounds(stretches, ways) {
+    // One record an opening, and one for what each daemon has cost. Once `signal` says so, no round begins. What
+    // goes wrong ends the measurement: `failure` then says what, and the rounds before it count.
+    async rounds(stretches, ways, signal) {
         const records = [];
         const costs = [];
-        for (const [round, { before, opened }] of stretches.entries()) {
-            if (ways.some((way) => PREDICTORS.includes(way))) await this.#learn(before.slice(0, -LEAD_IN));
-            for (const way of rotated(ways, round)) {
-                const begin = performance.now();
-                const cost = await this.#play(way, round, before.slice(-LEAD_IN), opened, records);
-                if (cost) costs.push({ way, round, openings: opened.length, ...cost });
-                const seconds = ((performance.now() - begin) / 1000).toFixed(0);
-                this.say(`round ${round + 1}, ${way}: ${opened.length} openings in ${seconds} s`);
+        for (const [round, stretch] of stretches.entries()) {
+            if (signal.aborted) break;
+            try {
+                const one = await this.#round(round, stretch, ways);
+                records.push(...one.records);
+                costs.push(...one.costs);
+            } catch (failure) {
+                return { records, costs, failure };
             }
+        }
+        return { records, costs };
+    }
+
+    async #round(round, { before, opened }, ways) {
+        const records = [];
+        const costs = [];
+        if (ways.some((way) => PREDICTORS.includes(way))) await this.#learn(before.slice(0, -LEAD_IN));
+        for (const way of rotated(ways, round)) {
+            const begin = performance.now();
+            const cost = await this.#play(way, round, before.slice(-LEAD_IN), opened, records);
+            if (cost) costs.push({ way, round, openings: opened.length, ...cost });
+            const seconds = ((performance.now() - begin) / 1000).toFixed(0);
+            this.say(`round ${round + 1}, ${way}: ${opened.length} openings in ${seconds} s`);
         }
         return { records, costs };
     }

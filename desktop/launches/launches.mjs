@@ -79,6 +79,7 @@ async function main() {
         isListed: process.env.ORDER === 'listed',
         ways: process.env.WAYS ? process.env.WAYS.split(',') : WAYS,
     };
+    if (!['', 'listed'].includes(process.env.ORDER ?? '')) throw new Error(`ORDER=${process.env.ORDER} is neither empty nor "listed"`);
     for (const way of options.ways) if (!WAYS.includes(way)) throw new Error(`WAYS: there is no way ${way}`);
     const [load] = loadavg();
     const withDaemon = options.ways.some((way) => way === 'engine' || way === 'most-used');

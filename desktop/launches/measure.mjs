@@ -1,6 +1,7 @@
-// The rounds, each for another person. In each, every way opens the same programs one after the other, from the
-// same start: the programs' HOME as it was after their first run, and for the ways with a daemon a state that has learned
-// all the openings before, at their times; its clock begins at the time of the first one. An opening goes so:
+// The rounds, each for another person. In each, every way opens the same programs one after the other, from
+// the same start: the programs' HOME as it was after their first run, and for the ways with a daemon a state
+// that has learned all the openings before, at their times; its clock begins at the time of the first one. An
+// opening goes so:
 //
 //     0            the program is launched; the clock runs until its window is there
 //     + DROP       memory is short: the page cache is dropped, but for what runs, as it would be in life.

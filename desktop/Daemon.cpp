@@ -117,9 +117,17 @@ void Daemon::settled() {
     mStore.setTotals(mTotals);
 }
 
+// Of the application in front. What was started in a terminal or a file manager, and has come to
+// the front itself, is not theirs.
+std::vector<pid_t> Daemon::frontProcesses() const {
+    std::set<pid_t> applications;
+    for (const auto& [name, process] : mProcesses) applications.insert(process);
+    return processTree(mFront.process, applications);
+}
+
 void Daemon::recordNeeds() {
     if (mFront.process == 0) return;
-    const std::vector<pid_t> processes = processTree(mFront.process);
+    const std::vector<pid_t> processes = frontProcesses();
     std::vector<FileNeed> files = mappedFiles(processes, mOptions.home);
     if (files.empty()) {
         say("needs " + mFront.name + ": not known, its process has ended or may not be looked at");

@@ -58,6 +58,7 @@ class Daemon {
     bool isLaunch(const FrontApplication& app) const;
     void judge(const FrontApplication& app);
     void predict();
+    std::vector<pid_t> frontProcesses() const;
     void recordNeeds();
     void beginReading();
     void pause();

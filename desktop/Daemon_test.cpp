@@ -1,9 +1,11 @@
 #include "desktop/Daemon.h"
 
 #include <gmock/gmock.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include "desktop/test/CachedFile.h"
+#include "desktop/test/Mapper.h"
 #include "platform/testing/TempDir.h"
 
 namespace {
@@ -146,6 +148,25 @@ TEST_F(DaemonTest, RecordsWhatTheProcessInFrontNeeds) {
     daemon().front({"com.other", 0x7fffffff}, {});  // a process that does not exist
     daemon().settled();
     EXPECT_TRUE(mStore.needs("com.other").empty());
+}
+
+TEST_F(DaemonTest, ATerminalDoesNotNeedTheApplicationsStartedInIt) {
+    const CachedFile shell(mDirectory.path() + "/shell", 400);
+    const CachedFile editor(mDirectory.path() + "/editor", 400);
+    const Mapper terminal({shell.path(), PROT_READ | PROT_EXEC, {3}, {}},
+                          {editor.path(), PROT_READ | PROT_EXEC, {7}, {}});
+    const auto needsOfTerminal = [&] {
+        daemon().front({"com.terminal", terminal.process()}, {});
+        daemon().settled();
+        return mStore.needs("com.terminal");
+    };
+    EXPECT_TRUE(isNeeded(editor.path(), 7, needsOfTerminal())) << "no window of its own yet";
+    daemon().front({"com.editor", terminal.child()}, {});
+    daemon().settled();
+    EXPECT_TRUE(isNeeded(editor.path(), 7, mStore.needs("com.editor")));
+    const std::vector<FileNeed> needs = needsOfTerminal();
+    EXPECT_TRUE(isNeeded(shell.path(), 3, needs));
+    EXPECT_FALSE(isNeeded(editor.path(), 7, needs));
 }
 
 }  // namespace

@@ -109,7 +109,7 @@ void gather(pid_t process, const std::string& home, std::map<std::string, Gather
 
 }  // namespace
 
-std::vector<pid_t> processTree(pid_t root) {
+std::vector<pid_t> processTree(pid_t root, const std::set<pid_t>& others) {
     std::vector<pid_t> tree = {root};
     for (size_t i = 0; i < tree.size(); ++i) {
         std::error_code error;
@@ -118,7 +118,7 @@ std::vector<pid_t> processTree(pid_t root) {
         for (auto thread = begin(threads); thread != end(threads); thread.increment(error)) {
             std::ifstream children(thread->path() / "children");
             for (pid_t child; children >> child;) {
-                if (tree.size() < MOST_PROCESSES) tree.push_back(child);
+                if (tree.size() < MOST_PROCESSES && others.count(child) == 0) tree.push_back(child);
             }
             if (error) break;
         }

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -10,8 +11,9 @@
 
 // What a running application has of files, as /proc tells its owner.
 
-// The process and its descendants, at most some hundred. Those that end meanwhile are left out.
-std::vector<pid_t> processTree(pid_t root);
+// The process and its descendants, at most some hundred; without the `others` below it and theirs.
+// Those that end meanwhile are left out.
+std::vector<pid_t> processTree(pid_t root, const std::set<pid_t>& others = {});
 
 // The parts of files that the processes have mapped and touched. A page counts once a process had
 // it in its page table (pagemap), which its user may ask about; mincore() tells of other users'

@@ -1,81 +1,21 @@
 #include "desktop/ProcessFiles.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
-#include <fstream>
-
 #include "desktop/OwnFolders.h"
 #include "desktop/test/CachedFile.h"
+#include "desktop/test/Mapper.h"
 #include "platform/testing/TempDir.h"
 
 namespace {
 
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::Not;
-
-// A process that has mapped files and sleeps until the end, with a child of its own that has too.
-class Mapper {
-  public:
-    // Each maps its file with these rights and touches the pages; written ones become its own.
-    struct Work {
-        std::string path;
-        int rights;
-        std::vector<uint32_t> touched;
-        std::vector<uint32_t> written;
-    };
-
-    Mapper(const Work& own, const Work& childs) {
-        int ready[2];
-        EXPECT_EQ(0, pipe(ready));
-        mProcess = fork();
-        if (mProcess == 0) {
-            const pid_t child = fork();
-            setpgid(0, 0);
-            doWork(child == 0 ? childs : own);
-            EXPECT_EQ(1, write(ready[1], "x", 1));
-            while (true) pause();
-        }
-        char both[2];
-        for (char& one : both) EXPECT_EQ(1, read(ready[0], &one, 1));
-        close(ready[0]);
-        close(ready[1]);
-    }
-    ~Mapper() {
-        for (const pid_t process : processTree(mProcess)) kill(process, SIGKILL);
-        waitpid(mProcess, nullptr, 0);
-    }
-
-    pid_t process() const { return mProcess; }
-
-  private:
-    static void doWork(const Work& work) {
-        const int file = open(work.path.c_str(), O_RDONLY);
-        const size_t length = 400 * PAGE_BYTES;
-        const auto memory =
-            static_cast<volatile char*>(mmap(nullptr, length, work.rights, MAP_PRIVATE, file, 0));
-        madvise(const_cast<char*>(memory), length, MADV_RANDOM);  // nothing around a page
-        for (const uint32_t page : work.touched) (void)memory[page * PAGE_BYTES];
-        for (const uint32_t page : work.written) memory[page * PAGE_BYTES] = 'y';
-    }
-
-    pid_t mProcess;
-};
-
-// Whether the page of the file is among the needs.
-bool isNeeded(const std::string& path, uint32_t page, const std::vector<FileNeed>& needs) {
-    for (const FileNeed& need : needs) {
-        if (need.path != path) continue;
-        for (const PageRange& range : need.pages) {
-            if (page >= range.first && page - range.first < range.count) return true;
-        }
-    }
-    return false;
-}
 
 TEST(ProcessFilesTest, FindsWhatAProcessAndItsChildHaveTouched) {
     const TempDir directory;
@@ -91,6 +31,9 @@ TEST(ProcessFilesTest, FindsWhatAProcessAndItsChildHaveTouched) {
 
     const std::vector<pid_t> processes = processTree(mapper.process());
     EXPECT_EQ(2, processes.size());
+    EXPECT_THAT(processTree(mapper.process(), {mapper.process(), mapper.child()}),
+                ElementsAre(mapper.process()))
+        << "the child is another application";
     const std::vector<FileNeed> needs = mappedFiles(processes, "");
     for (const uint32_t page : {3U, 100U, 200U, 399U}) {
         EXPECT_TRUE(isNeeded(program.path(), page, needs)) << page;

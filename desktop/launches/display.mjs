@@ -61,6 +61,13 @@ export class Display {
         );
     }
 
+    // The window in front, and what the window manager knows of it.
+    async active() {
+        const window = /0x[0-9a-f]+/.exec(await this.ask('-root', '_NET_ACTIVE_WINDOW'))?.[0];
+        if (window === undefined) return 'no window';
+        return `${window}: ${await this.ask('-id', window, 'WM_CLASS', '_NET_WM_WINDOW_TYPE', '_NET_WM_PID')}`;
+    }
+
     // The first window of an application that is not among `before`, and when it was there.
     newWindow(before, milliseconds) {
         const seen = new Set(before);

@@ -17,14 +17,13 @@ import { join, resolve } from 'node:path';
 import { PageCache, diskOf, limitDisk, readingSpeed } from './disk.mjs';
 import { Display } from './display.mjs';
 import { IdleDaemon } from './idle.mjs';
-import { DROP_MS, Measurement, SETTLE_MS, STAY_MS, WAYS } from './measure.mjs';
+import { DROP_MS, MOST_FAILURES, Measurement, SETTLE_MS, STAY_MS, WAYS } from './measure.mjs';
 import { drawPicture } from './picture.mjs';
 import { PROGRAMS } from './programs.mjs';
 import { dealt, divide, mapHabits } from './sequence.mjs';
 import { mean } from './statistics.mjs';
 import { table } from './table.mjs';
 
-const programs = PROGRAMS.filter(({ name }) => !process.env.PROGRAMS || process.env.PROGRAMS.split(',').includes(name));
 const LEARNED = 4_000; // openings before the first round
 const TRACE = 8_000; // of the person, among them those of other programs; more when these are too few
 const LONGEST_TRACE = 128_000;
@@ -36,8 +35,18 @@ function setting(name, fallback) {
     return value;
 }
 
+// All of them, or those that are named.
+function programsCalled(names) {
+    if (!names) return PROGRAMS;
+    return names.split(',').map((name) => {
+        const program = PROGRAMS.find((one) => one.name === name);
+        if (!program) throw new Error(`PROGRAMS: there is no program ${name}`);
+        return program;
+    });
+}
+
 // A person's openings of the programs that there are, at least as many as are needed.
-function habitsOf({ tool, isListed }, seed, needed) {
+function habitsOf({ tool, programs, isListed }, seed, needed) {
     const favourites = isListed ? programs : dealt(programs, seed);
     let habits;
     for (let count = TRACE; count <= LONGEST_TRACE; count *= 2) {
@@ -68,7 +77,9 @@ function head(load, disk, speed, limit, cache, options) {
 async function main() {
     const build = process.argv[2];
     if (build === undefined) throw new Error('usage: launches.mjs BUILD');
+    const programs = programsCalled(process.env.PROGRAMS);
     const options = {
+        programs,
         tool: resolve(build, 'ksbrain'),
         program: resolve(build, 'ksbrain-desktop'),
         openings: setting('OPENINGS', 12),
@@ -111,11 +122,12 @@ async function main() {
         say('the daemon has seen each program once');
         idleDaemon = await IdleDaemon.start(options.program, work, measurement.environment);
     }
-    const { records, costs, failure } = await measurement.rounds(stretches, options.ways, stopping.signal);
-    if (failure && records.length === 0) throw failure;
+    const { records, costs, failures } = await measurement.rounds(stretches, options.ways, stopping.signal);
+    if (records.length === 0) throw new Error('no round was complete');
     options.rounds = new Set(records.map(({ round }) => round)).size;
     const idle = await idleDaemon?.stop();
     const lines = head(load, disk, speed, process.env.DISK, cache, options);
+    lines.push(...failures);
     const late = records.filter(({ way, dropped }) => way !== 'warm' && dropped > SETTLE_MS).length;
     if (late > 0) lines.push(`${late} drops came after the window had settled: the machine was busy`);
     await display.close();
@@ -128,7 +140,7 @@ async function main() {
     console.log(text);
     await drawPicture(result, resolve(build, 'page'), out);
     rmSync(work, { recursive: true, force: true });
-    if (failure) throw new Error(`only ${options.rounds} rounds, then: ${failure.message}`);
+    if (failures.length === MOST_FAILURES) throw new Error(`given up after ${options.rounds} rounds`);
 }
 
 // One of the programs, that is long enough to be timed.

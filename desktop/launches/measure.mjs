@@ -38,6 +38,7 @@ export const SETTLE_MS = 700;
 export const STAY_MS = 1_600;
 const FIRST_RUN_MS = 1_500;
 const CLOSED_MS = 100;
+export const MOST_FAILURES = 3;
 const LEAD_IN = 2; // openings before those that count: a daemon that was just started has no answer for the first
 
 const PREDICTORS = ['engine', 'most-used']; // the ways with a daemon
@@ -119,22 +120,24 @@ export class Measurement {
         execFileSync(this.options.tool, words, { env: this.environment, stdio: ['ignore', 'ignore', 'inherit'] });
     }
 
-    // One record an opening, and one for what each daemon has cost. Once `signal` says so, no round begins. What
-    // goes wrong ends the measurement: `failure` then says what, and the rounds before it count.
+    // One record an opening, and one for what each daemon has cost. Once `signal` says so, no round begins. A
+    // round in which something goes wrong is left out, and `failures` say what; too many, and no other begins.
     async rounds(stretches, ways, signal) {
         const records = [];
         const costs = [];
+        const failures = [];
         for (const [round, stretch] of stretches.entries()) {
-            if (signal.aborted) break;
+            if (signal.aborted || failures.length === MOST_FAILURES) break;
             try {
                 const one = await this.#round(round, stretch, ways);
                 records.push(...one.records);
                 costs.push(...one.costs);
-            } catch (failure) {
-                return { records, costs, failure };
+            } catch (error) {
+                failures.push(`round ${round + 1} is left out: ${error.message}`);
+                this.say(failures.at(-1));
             }
         }
-        return { records, costs };
+        return { records, costs, failures };
     }
 
     async #round(round, { before, opened }, ways) {
@@ -166,16 +169,20 @@ export class Measurement {
             this.#copy('learned', state);
             daemon = await this.#daemon(state, way, [], leadIn[0].time);
         }
-        for (const { program } of leadIn) await this.#open(program, way, daemon);
-        const started = daemon?.cost();
-        const before = daemon && statusOf(this.options.program, this.#at(state));
-        for (const [place, { program }] of opened.entries()) {
-            records.push({ round, place, way, program: program.name, ...(await this.#open(program, way, daemon)) });
+        let before, started, ended, memory;
+        try {
+            for (const { program } of leadIn) await this.#open(program, way, daemon);
+            started = daemon?.cost();
+            before = daemon && statusOf(this.options.program, this.#at(state));
+            for (const [place, { program }] of opened.entries()) {
+                records.push({ round, place, way, program: program.name, ...(await this.#open(program, way, daemon)) });
+            }
+            ended = daemon?.cost();
+            memory = daemon?.memory();
+        } finally {
+            await daemon?.stop();
         }
         if (!daemon) return undefined;
-        const ended = daemon.cost();
-        const memory = daemon.memory();
-        await daemon.stop();
         const after = statusOf(this.options.program, this.#at(state));
         const counted = Object.keys(after).map((key) => [key, after[key] - before[key]]);
         const own = records.slice(-opened.length);
@@ -190,13 +197,21 @@ export class Measurement {
 
     async #open(program, way, daemon) {
         const told = daemon?.until('read ahead');
+        told?.catch(() => {}); // is waited for further down
         const app = await Application.launch(this.display, program, this.environment);
         const shown = performance.now();
         await wait(DROP_MS);
         const fetched = app.bytesFetched();
         if (way !== 'warm') this.cache.drop(this.home);
         const dropped = performance.now() - shown;
-        const lines = await told;
+        let lines;
+        try {
+            lines = await told;
+        } catch (error) {
+            const active = await this.display.active();
+            await app.close();
+            throw new Error(`${program.name} is open, and ${error.message}\nactive is ${active}`);
+        }
         await wait(Math.max(0, STAY_MS - (performance.now() - shown)));
         const end = await app.close();
         await wait(CLOSED_MS);

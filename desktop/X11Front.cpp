@@ -96,6 +96,8 @@ void X11Front::takeEvents() {
         const bool isOfWindow = notice->window == mUnsettled;
         mHasChanged = mHasChanged || isOfRoot || (isOfWindow && notice->atom == XCB_ATOM_WM_CLASS);
         if (isOfWindow && --mPatience == 0) watch(mUnsettled, false);
+        // The number of a window that has gone is given anew, and may be the next program's.
+        if (isOfRoot) forgetUnsettled();
     }
     requireConnection();
 }

@@ -76,7 +76,9 @@ class X11FrontTest : public ::testing::Test {
     }
 
     xcb_window_t makeWindow(const std::string& windowClass) {
-        const xcb_window_t window = xcb_generate_id(mManager);
+        return makeWindow(windowClass, xcb_generate_id(mManager));
+    }
+    xcb_window_t makeWindow(const std::string& windowClass, xcb_window_t window) {
         xcb_create_window(mManager, XCB_COPY_FROM_PARENT, window, mRoot, 0, 0, 1, 1, 0,
                           XCB_WINDOW_CLASS_COPY_FROM_PARENT, XCB_COPY_FROM_PARENT, 0, nullptr);
         if (!windowClass.empty()) setClass(window, windowClass);
@@ -198,6 +200,23 @@ TEST_F(X11FrontTest, WaitsForTheWindowsOwnClass) {
     EXPECT_EQ(next(front), "stranger 0");
     EXPECT_TRUE(isSilent(front));
     for (const xcb_window_t each : {left, window, stranger}) EXPECT_FALSE(isHeard(each));
+}
+
+TEST_F(X11FrontTest, WatchesAnotherWindowOfTheSameNumber) {
+    const TempDir entries;
+    entries.write("office-writer.desktop", "[Desktop Entry]\nType=Application\n");
+    const Applications applications({entries.path()});
+    X11Front front(applications, mDisplay);
+    const xcb_window_t number = makeWindow("toolkit");
+    activate(number);
+    EXPECT_EQ(next(front), "toolkit 0");
+    destroy(number);
+    activate(XCB_WINDOW_NONE);
+    makeWindow("toolkit", number);
+    activate(number);
+    EXPECT_EQ(next(front), "toolkit 0");
+    setClass(number, "office-writer");
+    EXPECT_EQ(next(front), "office_writer 0");
 }
 
 TEST_F(X11FrontTest, TakesHostileClassesInPart) {

@@ -16,12 +16,13 @@ import { cpus, loadavg, release, totalmem } from 'node:os';
 import { join, resolve } from 'node:path';
 import { PageCache, diskOf, limitDisk, readingSpeed } from './disk.mjs';
 import { Display } from './display.mjs';
+import { FORESEEN, foresight } from './foresight.mjs';
 import { IdleDaemon } from './idle.mjs';
 import { DROP_MS, MOST_FAILURES, Measurement, SETTLE_MS, STAY_MS, WAYS } from './measure.mjs';
 import { drawPicture } from './picture.mjs';
 import { PROGRAMS } from './programs.mjs';
 import { dealt, divide, mapHabits } from './sequence.mjs';
-import { mean } from './statistics.mjs';
+import { PREDICTORS, mean } from './statistics.mjs';
 import { table } from './table.mjs';
 
 const LEARNED = 4_000; // openings before the first round
@@ -93,18 +94,22 @@ async function main() {
     if (!['', 'listed'].includes(process.env.ORDER ?? '')) throw new Error(`ORDER=${process.env.ORDER} is neither empty nor "listed"`);
     for (const way of options.ways) if (!WAYS.includes(way)) throw new Error(`WAYS: there is no way ${way}`);
     const [load] = loadavg();
-    const withDaemon = options.ways.some((way) => way === 'engine' || way === 'most-used');
+    const withDaemon = options.ways.some((way) => PREDICTORS.includes(way));
 
     const habits = Array.from({ length: options.rounds }, (_, round) =>
         habitsOf(options, options.seed + round, LEARNED + options.openings),
     );
-    const stretches = habits.map(({ openings }) => divide(openings, LEARNED, options.openings));
+    const stretches = habits.map(({ openings }) => divide(openings, LEARNED, options.openings, FORESEEN));
     const anHour = mean(habits.map((person) => person.anHour));
 
     const out = resolve(build, 'launches');
     const work = join(out, 'work');
     rmSync(work, { recursive: true, force: true });
     mkdirSync(work, { recursive: true });
+    const isComparison = PREDICTORS.every((way) => options.ways.includes(way));
+    const foresights = isComparison
+        ? stretches.map((stretch, round) => ({ round, openings: foresight(options, work, stretch) }))
+        : [];
     const disk = diskOf(work);
     const lift = process.env.DISK ? limitDisk(process.env.DISK, disk) : () => {};
     process.on('exit', lift);
@@ -124,7 +129,8 @@ async function main() {
     }
     const { records, costs, failures } = await measurement.rounds(stretches, options.ways, stopping.signal);
     if (records.length === 0) throw new Error('no round was complete');
-    options.rounds = new Set(records.map(({ round }) => round)).size;
+    const complete = [...new Set(records.map(({ round }) => round))];
+    options.rounds = complete.length;
     const idle = await idleDaemon?.stop();
     const lines = head(load, disk, speed, process.env.DISK, cache, options);
     lines.push(...failures);
@@ -132,7 +138,8 @@ async function main() {
     if (late > 0) lines.push(`${late} drops came after the window had settled: the machine was busy`);
     await display.close();
     lift();
-    const result = { head: lines, ways: options.ways, anHour, idle, costs, records };
+    const foreseen = foresights.filter(({ round }) => complete.includes(round));
+    const result = { head: lines, ways: options.ways, anHour, idle, costs, records, foresight: foreseen };
 
     const text = table(result);
     writeFileSync(join(out, 'launches.json'), `${JSON.stringify(result, null, 1)}\n`);

@@ -31,6 +31,7 @@ import { clockAt } from './clock.mjs';
 import { Daemon, frontsIn, placeOf, statusOf } from './daemon.mjs';
 import { environmentFor, layOutHome } from './programs.mjs';
 import { rotated } from './sequence.mjs';
+import { PREDICTORS } from './statistics.mjs';
 
 export const WAYS = ['none', 'engine', 'most-used', 'warm'];
 export const DROP_MS = 300;
@@ -40,8 +41,6 @@ const FIRST_RUN_MS = 1_500;
 const CLOSED_MS = 100;
 export const MOST_FAILURES = 3;
 const LEAD_IN = 2; // openings before those that count: a daemon that was just started has no answer for the first
-
-const PREDICTORS = ['engine', 'most-used']; // the ways with a daemon
 
 export class Measurement {
     #fronts = new Map(); // by program, what the daemon is told when it is launched: its names, the right one last

@@ -32,12 +32,14 @@ export function dealt(programs, seed) {
     return programs.map(() => left.splice(Math.floor(random() * left.length), 1)[0]);
 }
 
-// What is opened in a round, and all that was opened before and is learned.
-export function divide(openings, learned, opened) {
+// What is opened in a round, all that was opened before and is learned, and so many openings after that, the
+// round's among them.
+export function divide(openings, learned, opened, after = opened) {
     if (openings.length < learned + opened) {
         throw new Error(`the habits have ${openings.length} openings, not ${learned + opened}`);
     }
-    return { before: openings.slice(0, learned), opened: openings.slice(learned, learned + opened) };
+    const next = (count) => openings.slice(learned, learned + count);
+    return { before: openings.slice(0, learned), opened: next(opened), after: next(after) };
 }
 
 // The ways in another order each round, so that none always comes first.

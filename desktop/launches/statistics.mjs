@@ -1,5 +1,7 @@
 // What the times say, and how sure that is.
 
+export const PREDICTORS = ['engine', 'most-used']; // the ways with a daemon
+
 // Numbers from 0 to 1, the same each time (mulberry32).
 export function generator(seed) {
     let state = seed;
@@ -63,11 +65,50 @@ export function savings(records, ways) {
         if (way === 'warm' || !ways.includes('warm')) continue;
         result.ways[way].share = bootstrap(openings, (some) => saved(way)(some) / saved('warm')(some));
     }
-    if (['engine', 'most-used'].every((way) => ways.includes(way))) {
+    if (PREDICTORS.every((way) => ways.includes(way))) {
         const sooner = (some) => mean(some.map((opening) => opening['most-used'] - opening.engine));
         result.more = bootstrap(openings, sooner);
     }
     return result;
+}
+
+// How much sooner a program's window is there when it was foreseen, in milliseconds: of those that were both, next
+// to a daemon.
+function savedByHit(records) {
+    const times = new Map();
+    for (const { program, way, foreseen, milliseconds } of records) {
+        if (!PREDICTORS.includes(way)) continue;
+        if (!times.has(program)) times.set(program, { hit: [], missed: [] });
+        times.get(program)[foreseen === undefined ? 'missed' : 'hit'].push(milliseconds);
+    }
+    const both = [...times].filter(([, { hit, missed }]) => hit.length > 0 && missed.length > 0);
+    return new Map(both.map(([program, { hit, missed }]) => [program, mean(missed) - mean(hit)]));
+}
+
+// How much more the engine saves an opening than the simple rule, without the luck of the few openings of a round:
+// what the predictors' lead in foresight is worth over many openings of each person, and what was measured beside
+// what it was worth in those that were measured. This is the difference estimator of sampling theory (Särndal,
+// Swensson, Wretman: Model Assisted Survey Sampling, 1992, chapter 6); it is right on average whatever a hit is
+// thought to be worth, and the surer the nearer that is to the truth.
+// `foresight`: for each round { round, openings }, the openings as foresight() gives them, the measured ones first.
+export function steadied(records, foresight) {
+    const saved = savedByHit(records);
+    const worth = (openings) => openings.reduce((sum, { program, lead }) => sum + lead * (saved.get(program) ?? 0), 0);
+    const rounds = foresight.map(({ round, openings }) => {
+        const measured = pairUp(records.filter((record) => record.round === round), PREDICTORS);
+        return {
+            round,
+            count: measured.length,
+            more: measured.reduce((sum, opening) => sum + opening['most-used'] - opening.engine, 0),
+            worth: worth(openings.slice(0, measured.length)),
+            worthOfMany: worth(openings) / openings.length,
+        };
+    });
+    const sum = (some, key) => some.reduce((total, round) => total + round[key], 0);
+    return bootstrap(
+        rounds,
+        (some) => sum(some, 'worthOfMany') / some.length + (sum(some, 'more') - sum(some, 'worth')) / sum(some, 'count'),
+    );
 }
 
 // For each program and way, the middle launch and how far launches spread (standard deviation over mean).

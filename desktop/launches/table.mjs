@@ -1,6 +1,6 @@
 // What came out, for people to read.
 
-import { byProgram, mean, pairUp, savings } from './statistics.mjs';
+import { byProgram, mean, pairUp, savings, steadied } from './statistics.mjs';
 
 const MIB = 1 << 20;
 
@@ -92,10 +92,14 @@ function programRows(records, ways) {
 
 // `result`: what launches.mjs writes as JSON.
 export function table(result) {
-    const { head, ways, records, costs, anHour, idle } = result;
+    const { head, ways, records, costs, anHour, idle, foresight } = result;
     const found = savings(records, ways);
     const lines = [...head, '', ...columns(savingRows(found))];
     if (found.more) lines.push(`engine saves ${interval(found.more, whole)} ms more than most-used`);
+    if (found.more && foresight?.length > 0) {
+        const [{ openings }] = foresight;
+        lines.push(`and ${interval(steadied(records, foresight), whole)} ms, if ${openings.length} openings a person say what is foreseen`);
+    }
     if (costs.length > 0) {
         lines.push('', ...columns(costRows(result)));
         lines.push(`an hour: ${anHour.toFixed(0)} openings` + (idle ? `, and what is done while nothing changes` : ''));

@@ -121,7 +121,9 @@ void Daemon::settled() {
 // the front itself, is not theirs.
 std::vector<pid_t> Daemon::frontProcesses() const {
     std::set<pid_t> applications;
-    for (const auto& [name, process] : mProcesses) applications.insert(process);
+    for (const auto& [name, process] : mProcesses) {
+        if (mRunning.count(name) != 0) applications.insert(process);
+    }
     return processTree(mFront.process, applications);
 }
 

@@ -155,16 +155,16 @@ TEST_F(DaemonTest, ATerminalDoesNotNeedTheApplicationsStartedInIt) {
     const CachedFile editor(mDirectory.path() + "/editor", 400);
     const Mapper terminal({shell.path(), PROT_READ | PROT_EXEC, {3}, {}},
                           {editor.path(), PROT_READ | PROT_EXEC, {7}, {}});
-    const auto needsOfTerminal = [&] {
-        daemon().front({"com.terminal", terminal.process()}, {});
+    const auto needsOfTerminal = [&](std::set<std::string> running) {
+        daemon().front({"com.terminal", terminal.process()}, std::move(running));
         daemon().settled();
         return mStore.needs("com.terminal");
     };
-    EXPECT_TRUE(isNeeded(editor.path(), 7, needsOfTerminal())) << "no window of its own yet";
+    EXPECT_TRUE(isNeeded(editor.path(), 7, needsOfTerminal({}))) << "no window of its own yet";
     daemon().front({"com.editor", terminal.child()}, {});
     daemon().settled();
     EXPECT_TRUE(isNeeded(editor.path(), 7, mStore.needs("com.editor")));
-    const std::vector<FileNeed> needs = needsOfTerminal();
+    const std::vector<FileNeed> needs = needsOfTerminal({"com.editor"});
     EXPECT_TRUE(isNeeded(shell.path(), 3, needs));
     EXPECT_FALSE(isNeeded(editor.path(), 7, needs));
 }

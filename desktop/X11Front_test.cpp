@@ -123,12 +123,19 @@ class X11FrontTest : public ::testing::Test {
         return !front.next();
     }
 
+    // Knows office_writer alone.
+    Applications withOffice() {
+        mEntries.write("office-writer.desktop", "[Desktop Entry]\nType=Application\n");
+        return Applications({mEntries.path()});
+    }
+
     pid_t mServer = 0;
     std::string mDisplay;
     xcb_connection_t* mManager = nullptr;
     xcb_window_t mRoot = 0;
     xcb_window_t mCheck = 0;
     const Applications mNone{{}};
+    const TempDir mEntries;
 };
 
 TEST_F(X11FrontTest, TellsWhichApplicationIsActive) {
@@ -172,9 +179,7 @@ TEST_F(X11FrontTest, PassesOverWhatIsNoApplication) {
 }
 
 TEST_F(X11FrontTest, WaitsForTheWindowsOwnClass) {
-    const TempDir entries;
-    entries.write("office-writer.desktop", "[Desktop Entry]\nType=Application\n");
-    const Applications applications({entries.path()});
+    const Applications applications = withOffice();
     X11Front front(applications, mDisplay);
     const xcb_window_t left = makeWindow("");
     const xcb_window_t window = makeWindow("");
@@ -203,9 +208,7 @@ TEST_F(X11FrontTest, WaitsForTheWindowsOwnClass) {
 }
 
 TEST_F(X11FrontTest, WatchesAnotherWindowOfTheSameNumber) {
-    const TempDir entries;
-    entries.write("office-writer.desktop", "[Desktop Entry]\nType=Application\n");
-    const Applications applications({entries.path()});
+    const Applications applications = withOffice();
     X11Front front(applications, mDisplay);
     const xcb_window_t number = makeWindow("toolkit");
     activate(number);

@@ -5,22 +5,28 @@
 import { execFileSync } from 'node:child_process';
 import { rmSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
+import { LEAD_IN } from './sequence.mjs';
 
-const LEAD_IN = 2; // openings after a start until there is an answer
 export const FORESEEN = 1_000 - LEAD_IN; // openings of a person; a replay shows the moments of a thousand
+
+// Lets an engine that keeps its files in `state` go through the openings, { time, name }, in their own time. What
+// the replay prints.
+export function replay(tool, folder, state, openings, ...words) {
+    const trace = join(folder, 'replayed.csv');
+    writeFileSync(trace, ['time,package', ...openings.map(({ time, name }) => `${time},${name}`), ''].join('\n'));
+    const all = ['replay', '--quiet', '--charging', '23:00-07:00', '--data-dir', state, ...words, trace];
+    const options = { env: { ...process.env, TZ: 'UTC' }, encoding: 'utf8', maxBuffer: 2 ** 28 };
+    return execFileSync(tool, all, options);
+}
 
 // The engine's list before each of the openings, from a replay that goes on after those before.
 function engineLists({ tool }, folder, before, openings) {
     const state = join(folder, 'foresight');
-    const trace = join(folder, 'foresight.csv');
     rmSync(state, { recursive: true, force: true });
-    const replay = (some, ...words) => {
-        writeFileSync(trace, ['time,package', ...some.map(({ time, program }) => `${time},${program.name}`), ''].join('\n'));
-        const all = ['replay', '--quiet', '--charging', '23:00-07:00', '--data-dir', state, ...words, trace];
-        return execFileSync(tool, all, { env: { ...process.env, TZ: 'UTC' }, encoding: 'utf8', maxBuffer: 2 ** 28 });
-    };
-    replay(before.slice(0, -LEAD_IN));
-    const text = replay([...before.slice(-LEAD_IN), ...openings], '--moments', '1000');
+    const named = [...before, ...openings].map(({ time, program: { name } }) => ({ time, name }));
+    const learned = before.length - LEAD_IN;
+    replay(tool, folder, state, named.slice(0, learned));
+    const text = replay(tool, folder, state, named.slice(learned), '--moments', '1000');
     const lists = [...text.matchAll(/^ +predicted \(\w+\):(.*)\n +opened next: (\S+)/gm)].map(([, list, next]) => {
         return { next, list: list.trim().split(/ +/) };
     });

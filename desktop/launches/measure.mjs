@@ -23,14 +23,15 @@
 //     warm         no daemon and no drop: everything was read, and every program launched once, before
 
 import { execFileSync } from 'node:child_process';
-import { cpSync, mkdirSync, rmSync, writeFileSync } from 'node:fs';
+import { cpSync, mkdirSync, rmSync } from 'node:fs';
 import { join } from 'node:path';
 import { setTimeout as wait } from 'node:timers/promises';
 import { Application } from './application.mjs';
 import { clockAt } from './clock.mjs';
 import { Daemon, frontsIn, placeOf, statusOf } from './daemon.mjs';
+import { replay } from './foresight.mjs';
 import { environmentFor, layOutHome } from './programs.mjs';
-import { rotated } from './sequence.mjs';
+import { LEAD_IN, rotated } from './sequence.mjs';
 import { PREDICTORS } from './statistics.mjs';
 
 export const WAYS = ['none', 'engine', 'most-used', 'warm'];
@@ -40,7 +41,6 @@ export const STAY_MS = 1_600;
 const FIRST_RUN_MS = 1_500;
 const CLOSED_MS = 100;
 export const MOST_FAILURES = 3;
-const LEAD_IN = 2; // openings before those that count: a daemon that was just started has no answer for the first
 
 export class Measurement {
     #fronts = new Map(); // by program, what the daemon is told when it is launched: its names, the right one last
@@ -111,12 +111,9 @@ export class Measurement {
         const daemon = await this.#daemon('learned', 'most-used', ['--stdin', '--dry-run']);
         await daemon.playToEnd(fronts.map(({ name }) => name));
 
-        const trace = this.#at('learned.csv');
-        writeFileSync(trace, ['time,package', ...fronts.map(({ time, name }) => `${time},${name}`), ''].join('\n'));
         const engine = this.#at('learned/engine');
         rmSync(engine, { recursive: true, force: true });
-        const words = ['replay', '--quiet', '--charging', '23:00-07:00', '--data-dir', engine, trace];
-        execFileSync(this.options.tool, words, { env: this.environment, stdio: ['ignore', 'ignore', 'inherit'] });
+        replay(this.options.tool, this.folder, engine, fronts);
     }
 
     // One record an opening, and one for what each daemon has cost. Once `signal` says so, no round begins. A

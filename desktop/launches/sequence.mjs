@@ -2,6 +2,8 @@
 
 import { generator } from './statistics.mjs';
 
+export const LEAD_IN = 2; // openings before those that count: a daemon that was just started has no answer for the first
+
 // `trace`: CSV with a header, "time,name" a line. The names that are used most become the programs, in
 // their order; what else that person opens is left out, and what then follows itself is one opening: { time,
 // program }, the time as it stands in the trace.

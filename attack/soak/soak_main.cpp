@@ -35,6 +35,7 @@ constexpr int OPENINGS_PER_DAY = 230;
 constexpr int APPS = 60;
 constexpr int DAYS_PER_NEW_APP = 3;
 constexpr int ROWS = 10;
+constexpr int PATIENCE_MS = 60 * 1000;
 
 // What may come on top of the first row after everything has been in use: a model of 512 KiB, its
 // text and what the allocator keeps between them.
@@ -61,6 +62,13 @@ Row measure(const TempDir& folder) {
         row.bytes += file.file_size();
     }
     return row;
+}
+
+// Waits until no more than so many threads are left. One that trains may take seconds, and one that
+// has been joined is listed a moment longer.
+void waitForThreads(size_t most) {
+    for (int i = 0; i < PATIENCE_MS && entriesOf("/proc/self/task").size() > most; ++i)
+        usleep(1000);
 }
 
 void print(const char* what, long number, const Row& row) {
@@ -158,11 +166,6 @@ class Phone {
         handled->wait();
     }
 
-    // Waits for the end of a training, of which there is one thread more.
-    static void waitForTraining() {
-        while (entriesOf("/proc/self/task").size() > 2) usleep(1000);
-    }
-
     long openings() const { return mOpenings; }
     long answers() const { return mAnswers; }
 
@@ -194,7 +197,7 @@ void liveThrough(const TempDir& folder, Phone& phone, long events, int days) {
     for (int day = 0; day < days; ++day) {
         phone.day(day, events * (day + 1) / days - events * day / days);
         if ((day + 1) % std::max(days / ROWS, 1) != 0) continue;
-        Phone::waitForTraining();
+        waitForThreads(2);  // this one and the worker
         rows.push_back(measure(folder));
         print("day", day + 1, rows.back());
     }
@@ -214,6 +217,7 @@ void startOverAndOver(const TempDir& folder, Phone& phone, int starts) {
         phone.open();
         brain_main_exit();
         if ((i + 1) % std::max(starts / ROWS, 1) != 0) continue;
+        waitForThreads(1);
         rows.push_back(measure(folder));
         print("start", i + 1, rows.back());
     }

@@ -9,13 +9,10 @@ namespace {
 // The same counts as one map of texts, which is what the model's file is.
 class PlainCounts {
   public:
-    int& at(int feature, int value, int y) {
-        return mCounts[std::to_string(feature) + ":" + std::to_string(value) + ":" +
-                       std::to_string(y)];
-    }
-    int peek(int feature, int value, int y) {
-        PlainCounts copy = *this;
-        return copy.at(feature, value, y);
+    int& at(int feature, int value, int y) { return mCounts[keyOf(feature, value, y)]; }
+    int peek(int feature, int value, int y) const {
+        const auto found = mCounts.find(keyOf(feature, value, y));
+        return found == mCounts.end() ? 0 : found->second;
     }
     void set(const std::string& key, int count) { mCounts[key] = count; }
 
@@ -32,6 +29,10 @@ class PlainCounts {
     }
 
   private:
+    static std::string keyOf(int feature, int value, int y) {
+        return std::to_string(feature) + ":" + std::to_string(value) + ":" + std::to_string(y);
+    }
+
     std::map<std::string, int> mCounts;
 };
 

@@ -78,8 +78,8 @@ TEST(OpeningHistory, FindsWhatFollowedWhereTheLastTwoIdsStoodBefore) {
 }
 
 // The definition, taken literally and in double precision: what followed the last `order` ids is
-// gathered from the sequence each time.
-double naive(const std::vector<int>& ids, double halfLife, size_t order, int id) {
+// gathered from the sequence each time. One probability for each id.
+std::vector<double> naive(const std::vector<int>& ids, double halfLife, size_t order) {
     constexpr double DISCOUNT = 0.5;
     std::vector<double> counts(VOCABULARY);
     for (size_t i = 0; i < ids.size(); ++i) {
@@ -88,13 +88,16 @@ double naive(const std::vector<int>& ids, double halfLife, size_t order, int id)
                                          ids.end(), [](int next) { return next != BREAK; });
         counts[static_cast<size_t>(ids[i])] += std::exp2(-static_cast<double>(later) / halfLife);
     }
-    const double lower = order == 0 ? 1.0 / VOCABULARY : naive(ids, halfLife, order - 1, id);
+    std::vector<double> result = order == 0 ? std::vector<double>(VOCABULARY, 1.0 / VOCABULARY)
+                                            : naive(ids, halfLife, order - 1);
     const double total = std::accumulate(counts.begin(), counts.end(), 0.0);
-    if (total == 0) return lower;
+    if (total == 0) return result;
     double freed = 0;
     for (const double count : counts) freed += std::min(count, DISCOUNT);
-    const double kept = std::max(counts[static_cast<size_t>(id)] - DISCOUNT, 0.0);
-    return (kept + freed * lower) / total;
+    for (size_t id = 0; id < VOCABULARY; ++id) {
+        result[id] = (std::max(counts[id] - DISCOUNT, 0.0) + freed * result[id]) / total;
+    }
+    return result;
 }
 
 TEST(ForgettingCounts, AreTheDiscountedFadingCountsOfAllThreeOrders) {
@@ -115,14 +118,12 @@ TEST(ForgettingCounts, AreTheDiscountedFadingCountsOfAllThreeOrders) {
             LogRow rows[ForgettingCounts::ORDERS];
             counts.predict(last, repeats, rows);
             for (size_t order = 0; order < ForgettingCounts::ORDERS; ++order) {
+                const auto right = naive(ids, static_cast<double>(halfLife), order);
                 double sum = 0;
-                for (int id = 0; id < VOCABULARY; ++id) {
-                    const double logarithm =
-                        static_cast<double>(rows[order][static_cast<size_t>(id)]);
-                    sum += std::exp(logarithm);
-                    EXPECT_NEAR(std::exp(logarithm),
-                                naive(ids, static_cast<double>(halfLife), order, id), 2e-4)
-                        << "order " << order << " after " << length;
+                for (size_t id = 0; id < VOCABULARY; ++id) {
+                    const double found = std::exp(static_cast<double>(rows[order][id]));
+                    sum += found;
+                    EXPECT_NEAR(found, right[id], 2e-4) << "order " << order << " after " << length;
                 }
                 EXPECT_NEAR(sum, 1.0, 1e-4);
                 EXPECT_EQ(rows[order][VOCABULARY], 0.0f);

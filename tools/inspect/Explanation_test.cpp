@@ -75,21 +75,21 @@ void expectTheNearestSlot(const Explanation& why, Bayes& model) {
     EXPECT_EQ(why.alternatives[0].to, nearest);
 }
 
-TEST(ExplanationOf, TheDemosStateIsTheEnginesOwnAnswer) {
+TEST(ExplanationOf, AMonthsStateIsTheEnginesOwnAnswer) {
     silenceEngineLog();
     const TemporaryDirectory files;  // in memory, for a replay is long
     const TempDir copy;
     const TempDir traces;
     SynthPlan plan;
-    plan.days = 56;
+    plan.days = 28;
     plan.perDay = 200;
     std::string csv;
     writeSynthCsv(plan, 0, [&](const std::string& piece) {
         csv += piece;
         return true;
     });
-    traces.write("demo.csv", csv);
-    const Trace trace = Trace::read(traces.file("demo.csv"));
+    traces.write("month.csv", csv);
+    const Trace trace = Trace::read(traces.file("month.csv"));
     Replayer(ChargingPlan::parse("23:00-07:00"), files.path()).run(trace, [](size_t, const auto&) {
         return true;
     });

@@ -26,19 +26,26 @@ if(CMAKE_CROSSCOMPILING)
     set(KSBRAIN_TEST_TIMEOUT 1200)
 endif()
 
-# GoogleTest's headers are compiled once for all test programs.
+# Tests run for moments and are many: what is spent on them is spent on compiling. Fortified calls need an
+# optimiser.
+set(KSBRAIN_TEST_OPTIONS ${KSBRAIN_WARNINGS} -fno-rtti $<$<CONFIG:Release>:-O0> -U_FORTIFY_SOURCE)
+foreach(library gtest gmock)
+    target_compile_options(${library} PRIVATE $<$<CONFIG:Release>:-O0> -U_FORTIFY_SOURCE)
+endforeach()
+
+# GoogleTest's headers are compiled once for all test programs, and the one for JSON with them.
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/gtest_headers.cpp CONTENT "")
 add_library(gtest_headers STATIC EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/gtest_headers.cpp)
-target_compile_options(gtest_headers PRIVATE ${KSBRAIN_WARNINGS} -fno-rtti -fPIE)  # as programs are
+target_compile_options(gtest_headers PRIVATE ${KSBRAIN_TEST_OPTIONS} -fPIE)  # as programs are
 target_link_libraries(gtest_headers PUBLIC GTest::gmock GTest::gtest_main)
-target_precompile_headers(gtest_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+target_precompile_headers(gtest_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h> <nlohmann/json.hpp>)
 
 # ksbrain_test(NAME SOURCES... LIBS LIBRARIES...): a GoogleTest program whose tests ctest runs each in
 # a process of its own. Tests derive from the engine's classes and so do without RTTI as well.
 function(ksbrain_test name)
     cmake_parse_arguments(TEST "" "" "LIBS" ${ARGN})
     add_executable(${name} EXCLUDE_FROM_ALL ${TEST_UNPARSED_ARGUMENTS})
-    target_compile_options(${name} PRIVATE ${KSBRAIN_WARNINGS} -fno-rtti)
+    target_compile_options(${name} PRIVATE ${KSBRAIN_TEST_OPTIONS})
     target_link_libraries(${name} PRIVATE ${TEST_LIBS} log_capture test_support gtest_headers)
     target_precompile_headers(${name} REUSE_FROM gtest_headers)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST

@@ -1,5 +1,6 @@
 #include "desktop/NeedsStore.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -103,15 +104,22 @@ TEST_F(NeedsStoreTest, GoesOnWithoutRoomAndSaysSoOnce) {
 
 TEST_F(NeedsStoreTest, IsWholeAfterAKill) {
     for (int round = 0; round < 10; ++round) {
+        int pipe[2];
+        ASSERT_EQ(0, pipe2(pipe, O_CLOEXEC));
         const pid_t child = fork();
         if (child == 0) {
             NeedsStore store(mPath);
-            while (true) {
+            for (char ready = 0;; ready = 1) {
                 store.setNeeds("com.a", {need("/one", 1), need("/two", 2)});
                 store.countOpening("com.a");
+                if (ready == 0 && write(pipe[1], &ready, 1) != 1) _exit(1);
             }
         }
-        usleep(static_cast<useconds_t>(20'000 + 3'000 * round));
+        close(pipe[1]);
+        char ready;
+        EXPECT_EQ(1, read(pipe[0], &ready, 1));
+        close(pipe[0]);
+        usleep(static_cast<useconds_t>(3'000 * round));
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
         NeedsStore store(mPath);

@@ -2,11 +2,12 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/time.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cinttypes>
-#include <thread>
+#include <csignal>
+#include <cstring>
 
 #include "desktop/test/CachedFile.h"
 #include "platform/testing/TempDir.h"
@@ -38,7 +39,6 @@ class PreloaderTest : public ::testing::Test {
         }
     }
 
-    // In place: whoever reads meanwhile finds the one number or the other.
     void press(const std::string& what, uint64_t microseconds) const {
         char line[80];
         const int length =
@@ -57,6 +57,39 @@ class PreloaderTest : public ::testing::Test {
 
     const TempDir mDirectory;
 };
+
+// While it lives somebody waits for the disk all the time, also when this thread sleeps and the
+// machine has no processor for another: a signal comes first thing when it goes on.
+class BusyDisk {
+  public:
+    explicit BusyDisk(const std::string& counters) {
+        sFile = open(counters.c_str(), O_WRONLY | O_CLOEXEC);
+        signal(SIGALRM, wait);
+        setTimer(1000);
+    }
+    ~BusyDisk() {
+        setTimer(0);
+        signal(SIGALRM, SIG_DFL);
+        close(sFile);
+    }
+
+  private:
+    static void setTimer(suseconds_t interval) {
+        const itimerval timer = {{0, interval}, {0, interval}};
+        setitimer(ITIMER_REAL, &timer, nullptr);
+    }
+
+    // One second more.
+    static void wait(int) {
+        for (char* digit = sText + strlen(sText) - 7; ++*digit > '9'; --digit) *digit = '0';
+        if (pwrite(sFile, sText, strlen(sText), 0) < 0) abort();
+    }
+
+    static int sFile;
+    static char sText[];
+};
+int BusyDisk::sFile = -1;
+char BusyDisk::sText[] = "some avg10=0.00 avg60=0.00 avg300=0.00 total=0000000000000000";
 
 TEST_F(PreloaderTest, ReadsThePartsThatAreNeededAndNoOthers) {
     const CachedFile one = makeFile("one", 2000);
@@ -131,17 +164,12 @@ TEST_F(PreloaderTest, StopsWhenOthersWait) {
     EXPECT_THAT(preloader.completed(), IsEmpty());
 
     // Nobody has waited since, but somebody does for the disk.
-    std::atomic<bool> isOver = false;
-    std::atomic<uint64_t> waited = 0;
-    std::thread others([&] {
-        while (!isOver) press("io", waited += 1'000'000);
-    });
-    while (waited == 0) usleep(100);
-    preloader.begin(100 << 20);
-    preloader.plan("com.a", {file.need({{3000, 3000}})});
-    EXPECT_EQ(State::IO_PRESSURE, readAll(preloader));
-    isOver = true;
-    others.join();
+    {
+        const BusyDisk busy(mDirectory.path() + "/io");
+        preloader.begin(100 << 20);
+        preloader.plan("com.a", {file.need({{3000, 3000}})});
+        EXPECT_EQ(State::IO_PRESSURE, readAll(preloader));
+    }
     EXPECT_LE(file.cachedPages().size() * PAGE_BYTES, 10u << 20) << "before anything was read";
 
     // What pressed before it goes on does not count.

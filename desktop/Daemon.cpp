@@ -10,11 +10,28 @@
 namespace {
 
 constexpr size_t ALL = 100'000;
+constexpr size_t ROOM = 1000;  // for names that come between two looks at what the store knows
 constexpr int MOST_PAUSES = 5;
 constexpr uint64_t WARM_PART = 10;  // of what it needs, at most one such part came from the disk
 
 std::string mebibytes(uint64_t bytes) {
     return formatted("%.1f MiB", static_cast<double>(bytes) / (1 << 20));
+}
+
+const std::string& nameIn(const std::string& name) {
+    return name;
+}
+
+template <typename Value>
+const std::string& nameIn(const std::pair<const std::string, Value>& entry) {
+    return entry.first;
+}
+
+template <typename Container>
+void keepOnly(const std::set<std::string>& names, Container& entries) {
+    for (auto entry = entries.begin(); entry != entries.end();) {
+        entry = names.count(nameIn(*entry)) != 0 ? std::next(entry) : entries.erase(entry);
+    }
 }
 
 std::string joined(const std::vector<std::string>& names, size_t most) {
@@ -38,9 +55,19 @@ void Daemon::say(const std::string& line) const {
 }
 
 void Daemon::setInstalled(std::vector<std::string> names) {
-    // The engine forgets what is not on its list. Programs without an entry are installed too.
-    for (std::string& seen : mStore.mostOpened(ALL)) names.push_back(std::move(seen));
-    mInstalled = {names.begin(), names.end()};
+    mDesktop = std::move(names);
+    listInstalled();
+}
+
+// The engine forgets what is not on its list. Programs without an entry are installed too, as long
+// as the store knows them: a window may be called anything, and something else each time.
+void Daemon::listInstalled() {
+    mInstalled = {mDesktop.begin(), mDesktop.end()};
+    for (std::string& seen : mStore.mostOpened(ALL)) mInstalled.insert(std::move(seen));
+    mMostInstalled = mInstalled.size() + ROOM;
+    keepOnly(mInstalled, mProcesses);
+    keepOnly(mInstalled, mReadAhead);
+    keepOnly(mInstalled, mReady);
     mPredictor.setInstalled({mInstalled.begin(), mInstalled.end()});
 }
 
@@ -63,6 +90,7 @@ void Daemon::front(const FrontApplication& app, std::set<std::string> running) {
 
     mStore.countOpening(app.name);
     if (mInstalled.insert(app.name).second) {
+        if (mInstalled.size() > mMostInstalled) listInstalled();
         mPredictor.setInstalled({mInstalled.begin(), mInstalled.end()});
     }
     mPredictor.opened(app.name);
@@ -216,7 +244,7 @@ void Daemon::endReading(const std::string& how) {
     for (const auto& [app, bytes] : mPreloader.bytesReadByApp()) mReadAhead[app] += bytes;
     mReady.insert(mPreloader.completed().begin(), mPreloader.completed().end());
     for (const auto& [app, path] : mPreloader.changedFiles()) {
-        say("changed " + path + ", needed by " + app + ": not read");
+        say(formatted("changed %s, needed by %s: not read", path.c_str(), app.c_str()));
         mStore.forget(app, path);
     }
     mTotals.bytesRead += mPreloader.bytesRead();

@@ -55,6 +55,7 @@ class Daemon {
     Daemon(const Daemon&) = delete;
     Daemon& operator=(const Daemon&) = delete;
 
+    void listInstalled();
     bool isLaunch(const FrontApplication& app) const;
     void judge(const FrontApplication& app);
     void predict();
@@ -76,7 +77,9 @@ class Daemon {
     std::set<std::string> mRunning;
     std::map<std::string, pid_t> mProcesses;  // the last one of each application
     std::vector<std::string> mNext;           // of the last prediction, but for the front
-    std::set<std::string> mInstalled;
+    std::vector<std::string> mDesktop;        // those with an entry
+    std::set<std::string> mInstalled;         // and those without that have been seen
+    size_t mMostInstalled = 0;
     bool mIsCharging = true;
     bool mIsPaused = false;
     int mPauses = 0;  // since reading began

@@ -12,6 +12,9 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::IsSupersetOf;
+using ::testing::Le;
+using ::testing::SizeIs;
 
 // Says what the test wants, and notes what it is told.
 class FakePredictor : public Predictor {
@@ -78,6 +81,15 @@ TEST_F(DaemonTest, CountsWhatWasForeseen) {
     EXPECT_EQ(5, totals.launches);
     EXPECT_THAT(mPredictor.seen, ElementsAre("com.a", "com.c", "com.d", "com.b", "com.a", "com.b"));
     EXPECT_THAT(mPredictor.installed, Contains("com.d")) << "though the desktop does not list it";
+}
+
+TEST_F(DaemonTest, ForgetsNamesThatCameOnce) {
+    daemon().setInstalled({"com.listed"});
+    for (int i = 0; i < 2300; ++i) daemon().front({"com.a" + std::to_string(i), 0}, {});
+    EXPECT_THAT(mPredictor.installed, SizeIs(Le(2001)));
+    EXPECT_THAT(mPredictor.installed, IsSupersetOf({"com.listed", "com.a1400", "com.a2299"}));
+    daemon().setInstalled({"com.listed"});
+    EXPECT_THAT(mPredictor.installed, SizeIs(1001)) << "which the store knows";
 }
 
 TEST_F(DaemonTest, ReadsForTheFirstThatDoNotRun) {

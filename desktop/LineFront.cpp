@@ -17,6 +17,7 @@
 namespace {
 
 constexpr size_t MAX_LINE = 4096;
+constexpr int MOST_READS = 64;  // lines that say nothing may come without end
 constexpr const char* BLANKS = " \t\r";
 
 std::string_view withoutBlanks(std::string_view text) {
@@ -32,11 +33,12 @@ bool isRunning(pid_t process) {
 }  // namespace
 
 std::optional<FrontApplication> LineFront::next() {
+    int reads = 0;
     do {
         while (const std::optional<std::string> line = takeLine()) {
             if (std::optional<FrontApplication> app = parsed(*line)) return app;
         }
-    } while (fill());
+    } while (reads++ < MOST_READS && fill());
     return std::nullopt;
 }
 

@@ -60,7 +60,9 @@ class Loop {
 
   private:
     void takeChanges() {
-        while (const std::optional<FrontApplication> app = mSource.next()) {
+        while (interruptSignal() == 0) {
+            const std::optional<FrontApplication> app = mSource.next();
+            if (!app) break;
             if (!mHeld && app->name == mDaemon.frontName()) continue;
             mDaemon.stop("the front changed");
             mHeld = app;

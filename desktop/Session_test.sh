@@ -97,5 +97,13 @@ until_true 20 sh -c "tail -1 '$work/log' | grep -q '^read ahead'" || fail "the l
 kill "$(cat "$work/daemon.pid")"
 wait "$(cat "$work/daemon.pid")" || fail "the daemon did not end well"
 [ ! -s "$work/errors" ] || fail "the daemon complained: $(cat "$work/errors")"
+
+# A flood of names, or of what is none, does not keep it from ending.
+for line in "$(printf 'com.a\ncom.b')" 'a b c'; do
+    status=0
+    yes "$line" | timeout --foreground --kill-after=20 1 "$daemon" run --stdin --state "$work/flood" 2>/dev/null || status=$?
+    [ $status -eq 124 ] || fail "the daemon did not end while lines came: $status"
+done
+
 "$daemon" status --json | grep -q '"foreseen":1' || fail "$("$daemon" status)"
 "$daemon" status

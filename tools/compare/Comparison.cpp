@@ -40,6 +40,7 @@ template <typename Function>
 Estimate estimate(const Values& whole, const std::vector<Values>& draws, const Function& value) {
     if (draws.empty()) return {value(whole), std::nullopt};
     std::vector<double> all;
+    all.reserve(draws.size());
     for (const Values& drawn : draws) all.push_back(value(drawn));
     std::sort(all.begin(), all.end());
     return {value(whole), Interval{all[CUT - 1], all[DRAWS - CUT]}};

@@ -255,7 +255,7 @@ TraceScore parseScore(const std::string& line) {
     const SortedJson json = SortedJson::parse(line, nullptr, false);
     if (json.is_discarded()) throw InputError("is no JSON: " + inQuotes(line));
     try {
-        const TraceScore score = readScore(json);
+        TraceScore score = readScore(json);
         if (line + '\n' != scoreLine(score)) checkNothingElse(json, scoreJson(score));
         check(score);
         return score;

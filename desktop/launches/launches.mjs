@@ -18,10 +18,10 @@ import { PageCache, diskOf, limitDisk, readingSpeed } from './disk.mjs';
 import { Display } from './display.mjs';
 import { FORESEEN, foresight } from './foresight.mjs';
 import { IdleDaemon } from './idle.mjs';
-import { DROP_MS, MOST_FAILURES, Measurement, SETTLE_MS, STAY_MS, WAYS } from './measure.mjs';
+import { DROP_MS, MOST_FAILURES, Measurement, SETTLE_MS, STAY_MS } from './measure.mjs';
 import { drawPicture } from './picture.mjs';
-import { PROGRAMS } from './programs.mjs';
 import { dealt, divide, mapHabits } from './sequence.mjs';
+import { settings } from './settings.mjs';
 import { PREDICTORS, mean } from './statistics.mjs';
 import { table } from './table.mjs';
 
@@ -29,22 +29,6 @@ const LEARNED = 4_000; // openings before the first round
 const TRACE = 8_000; // of the person, among them those of other programs; more when these are too few
 const LONGEST_TRACE = 128_000;
 const stopping = new AbortController();
-
-function setting(name, fallback) {
-    const value = Number(process.env[name] || fallback);
-    if (!Number.isInteger(value) || value < 1) throw new Error(`${name}=${process.env[name]} is no number`);
-    return value;
-}
-
-// All of them, or those that are named.
-function programsCalled(names) {
-    if (!names) return PROGRAMS;
-    return names.split(',').map((name) => {
-        const program = PROGRAMS.find((one) => one.name === name);
-        if (!program) throw new Error(`PROGRAMS: there is no program ${name}`);
-        return program;
-    });
-}
 
 // A person's openings of the programs that there are, at least as many as are needed.
 function habitsOf({ tool, programs, isListed }, seed, needed) {
@@ -59,87 +43,88 @@ function habitsOf({ tool, programs, isListed }, seed, needed) {
     return habits;
 }
 
-function head(load, disk, speed, limit, cache, options) {
+// Each person's openings, divided, how many there are in an hour, and what each predictor would foresee of them.
+function people(options, work) {
+    const { rounds, seed, openings, ways } = options;
+    const habits = Array.from({ length: rounds }, (_, round) => habitsOf(options, seed + round, LEARNED + openings));
+    const stretches = habits.map((person) => divide(person.openings, LEARNED, openings, FORESEEN));
+    const anHour = mean(habits.map((person) => person.anHour));
+    if (!PREDICTORS.every((way) => ways.includes(way))) return { stretches, anHour, foresights: [] };
+    const foresights = stretches.map((stretch, round) => ({ round, openings: foresight(options, work, stretch) }));
+    return { stretches, anHour, foresights };
+}
+
+// What was measured, and on what kind of disk.
+async function measure(options, work, stretches) {
+    const begin = performance.now();
+    const say = (text) => console.error(`${((performance.now() - begin) / 1000).toFixed(0).padStart(5)} s  ${text}`);
+    const disk = diskOf(work);
+    const lift = options.disk ? limitDisk(options.disk, disk) : () => {};
+    process.on('exit', lift);
+
+    const cache = new PageCache();
+    const display = await Display.open();
+    const measurement = new Measurement(work, display, cache, options, say);
+    await measurement.firstRuns(options.programs);
+    disk.speed = readingSpeed(longFile(), cache);
+    disk.dropped = cache.how;
+    let idleDaemon;
+    if (options.ways.some((way) => PREDICTORS.includes(way))) {
+        await measurement.see(options.programs);
+        say('the daemon has seen each program once');
+        idleDaemon = await IdleDaemon.start(options.program, work, measurement.environment);
+    }
+    const measured = await measurement.rounds(stretches, options.ways, stopping.signal);
+    const idle = await idleDaemon?.stop();
+    await display.close();
+    lift();
+    return { ...measured, idle, disk };
+}
+
+// On what, how and for whom it was measured, and what went wrong.
+function head(load, options, rounds, { records, failures, disk }) {
     const system = /^PRETTY_NAME="(.*)"$/m.exec(readFileSync('/etc/os-release', 'utf8'))?.[1] ?? 'unknown system';
-    const { openings, rounds, ways, places, budget, seed, isListed } = options;
+    const { openings, ways, places, budget, seed, isListed } = options;
+    const late = records.filter(({ way, dropped }) => way !== 'warm' && dropped > SETTLE_MS).length;
     return [
         `${system}, Linux ${release()}, ${cpus().length} processors, ${(totalmem() / 2 ** 30).toFixed(0)} GiB, ` +
             `load ${load.toFixed(1)} before`,
-        `disk ${disk.name}: ${speed.toFixed(0)} MB/s, read ahead by the system ${disk.readAhead}, ` +
-            `scheduler ${disk.scheduler}; ${limit ? `held to ${limit} (MB/s:reads/s)` : 'not slowed down'}`,
-        `dropped between openings: ${cache.how}; window + ${DROP_MS} ms, settled + ${SETTLE_MS} ms, ` +
+        `disk ${disk.name}: ${disk.speed.toFixed(0)} MB/s, read ahead by the system ${disk.readAhead}, ` +
+            `scheduler ${disk.scheduler}; ${options.disk ? `held to ${options.disk} (MB/s:reads/s)` : 'not slowed down'}`,
+        `dropped between openings: ${disk.dropped}; window + ${DROP_MS} ms, settled + ${SETTLE_MS} ms, ` +
             `closed + ${STAY_MS} ms or later`,
         `${rounds} persons (seed ${seed}) of ${openings} openings, ${ways.join(', ')}; ` +
             `${isListed ? 'favourites as listed' : 'favourites dealt'}; ${LEARNED} openings learned; ` +
             `${places} places, ${budget} MiB`,
+        ...failures,
+        ...(late > 0 ? [`${late} drops came after the window had settled: the machine was busy`] : []),
     ];
 }
 
 async function main() {
     const build = process.argv[2];
     if (build === undefined) throw new Error('usage: launches.mjs BUILD');
-    const programs = programsCalled(process.env.PROGRAMS);
-    const options = {
-        programs,
-        tool: resolve(build, 'ksbrain'),
-        program: resolve(build, 'ksbrain-desktop'),
-        openings: setting('OPENINGS', 12),
-        rounds: setting('ROUNDS', 8),
-        places: setting('PLACES', 3),
-        budget: setting('BUDGET', 256),
-        seed: setting('SEED', 1),
-        isListed: process.env.ORDER === 'listed',
-        ways: process.env.WAYS ? process.env.WAYS.split(',') : WAYS,
-    };
-    if (!['', 'listed'].includes(process.env.ORDER ?? '')) throw new Error(`ORDER=${process.env.ORDER} is neither empty nor "listed"`);
-    for (const way of options.ways) if (!WAYS.includes(way)) throw new Error(`WAYS: there is no way ${way}`);
+    const options = settings(build);
     const [load] = loadavg();
-    const withDaemon = options.ways.some((way) => PREDICTORS.includes(way));
-
-    const habits = Array.from({ length: options.rounds }, (_, round) =>
-        habitsOf(options, options.seed + round, LEARNED + options.openings),
-    );
-    const stretches = habits.map(({ openings }) => divide(openings, LEARNED, options.openings, FORESEEN));
-    const anHour = mean(habits.map((person) => person.anHour));
-
     const out = resolve(build, 'launches');
     const work = join(out, 'work');
     rmSync(work, { recursive: true, force: true });
     mkdirSync(work, { recursive: true });
-    const isComparison = PREDICTORS.every((way) => options.ways.includes(way));
-    const foresights = isComparison
-        ? stretches.map((stretch, round) => ({ round, openings: foresight(options, work, stretch) }))
-        : [];
-    const disk = diskOf(work);
-    const lift = process.env.DISK ? limitDisk(process.env.DISK, disk) : () => {};
-    process.on('exit', lift);
 
-    const cache = new PageCache();
-    const display = await Display.open();
-    let idleDaemon;
-    const begin = performance.now();
-    const say = (text) => console.error(`${((performance.now() - begin) / 1000).toFixed(0).padStart(5)} s  ${text}`);
-    const measurement = new Measurement(work, display, cache, options, say);
-    await measurement.firstRuns(programs);
-    const speed = readingSpeed(longFile(), cache);
-    if (withDaemon) {
-        await measurement.see(programs);
-        say('the daemon has seen each program once');
-        idleDaemon = await IdleDaemon.start(options.program, work, measurement.environment);
-    }
-    const { records, costs, failures } = await measurement.rounds(stretches, options.ways, stopping.signal);
+    const { stretches, anHour, foresights } = people(options, work);
+    const measured = await measure(options, work, stretches);
+    const { records, costs, failures, idle } = measured;
     if (records.length === 0) throw new Error('no round was complete');
-    const complete = [...new Set(records.map(({ round }) => round))];
-    options.rounds = complete.length;
-    const idle = await idleDaemon?.stop();
-    const lines = head(load, disk, speed, process.env.DISK, cache, options);
-    lines.push(...failures);
-    const late = records.filter(({ way, dropped }) => way !== 'warm' && dropped > SETTLE_MS).length;
-    if (late > 0) lines.push(`${late} drops came after the window had settled: the machine was busy`);
-    await display.close();
-    lift();
-    const foreseen = foresights.filter(({ round }) => complete.includes(round));
-    const result = { head: lines, ways: options.ways, anHour, idle, costs, records, foresight: foreseen };
+    const complete = new Set(records.map(({ round }) => round));
+    const result = {
+        head: head(load, options, complete.size, measured),
+        ways: options.ways,
+        anHour,
+        idle,
+        costs,
+        records,
+        foresight: foresights.filter(({ round }) => complete.has(round)),
+    };
 
     const text = table(result);
     writeFileSync(join(out, 'launches.json'), `${JSON.stringify(result, null, 1)}\n`);
@@ -147,7 +132,7 @@ async function main() {
     console.log(text);
     await drawPicture(result, resolve(build, 'page'), out);
     rmSync(work, { recursive: true, force: true });
-    if (failures.length === MOST_FAILURES) throw new Error(`given up after ${options.rounds} rounds`);
+    if (failures.length === MOST_FAILURES) throw new Error(`given up after ${complete.size} rounds`);
 }
 
 // One of the programs, that is long enough to be timed.

@@ -56,19 +56,19 @@ void Daemon::say(const std::string& line) const {
 
 void Daemon::setInstalled(std::vector<std::string> names) {
     mDesktop = std::move(names);
-    listInstalled();
+    forgetOthers();
+    mPredictor.setInstalled({mInstalled.begin(), mInstalled.end()});
 }
 
 // The engine forgets what is not on its list. Programs without an entry are installed too, as long
 // as the store knows them: a window may be called anything, and something else each time.
-void Daemon::listInstalled() {
+void Daemon::forgetOthers() {
     mInstalled = {mDesktop.begin(), mDesktop.end()};
     for (std::string& seen : mStore.mostOpened(ALL)) mInstalled.insert(std::move(seen));
     mMostInstalled = mInstalled.size() + ROOM;
     keepOnly(mInstalled, mProcesses);
     keepOnly(mInstalled, mReadAhead);
     keepOnly(mInstalled, mReady);
-    mPredictor.setInstalled({mInstalled.begin(), mInstalled.end()});
 }
 
 void Daemon::setCharging(bool charging) {
@@ -90,7 +90,10 @@ void Daemon::front(const FrontApplication& app, std::set<std::string> running) {
 
     mStore.countOpening(app.name);
     if (mInstalled.insert(app.name).second) {
-        if (mInstalled.size() > mMostInstalled) listInstalled();
+        if (mInstalled.size() > mMostInstalled) {
+            forgetOthers();
+            mInstalled.insert(app.name);  // though the store may have no room for it
+        }
         mPredictor.setInstalled({mInstalled.begin(), mInstalled.end()});
     }
     mPredictor.opened(app.name);

@@ -55,7 +55,7 @@ class Daemon {
     Daemon(const Daemon&) = delete;
     Daemon& operator=(const Daemon&) = delete;
 
-    void listInstalled();
+    void forgetOthers();
     bool isLaunch(const FrontApplication& app) const;
     void judge(const FrontApplication& app);
     void predict();
